@@ -1,0 +1,137 @@
+#include "NSApplicationNative.h"
+
+#include <LumoKit/Platform/Dispatch/DispatchQueue.h>
+#include <LumoKit/Platform/Dispatch/MainThread.h>
+#include <LumoKit/Platform/Foundation/Bundle.h>
+#include <LumoKit/Platform/Foundation/FatalError.h>
+#include <LumoKit/Platform/Native/Handles.h>
+
+#include <glib-unix.h>
+#include <gtk/gtk.h>
+
+#include <algorithm>
+#include <csignal>
+
+namespace LumoKit {
+
+void NSApplication::Native::add(const std::shared_ptr<NSWindow>& window)
+{
+    std::erase_if(windows, [](const auto& known) { return known.expired(); });
+    windows.push_back(window);
+}
+
+void NSApplication::Native::keep(const std::shared_ptr<NSWindow>& window)
+{
+    if (std::ranges::find(onScreen, window) == onScreen.end())
+        onScreen.push_back(window);
+}
+
+void NSApplication::Native::letGo(const NSWindow& window)
+{
+    std::erase_if(onScreen, [&](const auto& kept) { return kept.get() == &window; });
+}
+
+void NSApplication::Native::closed(const NSWindow& window)
+{
+    letGo(window);
+    if (!onScreen.empty())
+        return;
+    const auto asked = delegate.lock();
+    if (asked && asked->applicationShouldTerminateAfterLastWindowClosed())
+        NSApplication::shared().terminate();
+}
+
+NSApplication& NSApplication::shared()
+{
+    // Never destroyed: windows and views that live in statics of a host may still refer to it.
+    static const auto& application = *new std::shared_ptr<NSApplication>(
+        new NSApplication, [](NSApplication*) { /* see above */ });
+    return *application;
+}
+
+NSApplication::NSApplication()
+    : native(std::make_unique<Native>())
+{
+    assertMainThread();
+    // Desktops match a window to its application by these names; the engine names its folders after the first.
+    if (const auto identifier = Bundle::main().bundleIdentifier()) {
+        g_set_prgname(identifier->c_str());
+        gdk_set_program_class(identifier->c_str());
+    }
+    const Value name = Bundle::main().object("CFBundleName");
+    if (const auto* text = name.asText())
+        g_set_application_name(text->c_str());
+    if (!gtk_init_check(nullptr, nullptr))
+        fatalError("there is no display to connect to");
+}
+
+NSApplication::~NSApplication() = default;
+
+void NSApplication::run()
+{
+    assertMainThread();
+    if (native->loop)
+        fatalError("the application runs already");
+    native->terminating = false;
+    const std::unique_ptr<GMainLoop, detail::FreedBy<g_main_loop_unref>> loop(g_main_loop_new(nullptr, FALSE));
+    native->loop = loop.get();
+    std::vector<detail::Source> signals;
+    for (const int number : {SIGTERM, SIGINT}) {
+        GSource* source = g_unix_signal_source_new(number);
+        g_source_set_callback(
+            source,
+            +[](gpointer) -> gboolean {
+                NSApplication::shared().terminate();
+                return G_SOURCE_CONTINUE;
+            },
+            nullptr, nullptr);
+        g_source_attach(source, nullptr);
+        signals.push_back(detail::Source::adopt(source));
+    }
+    DispatchQueue::main()->async([this] {
+        if (const auto delegate = native->delegate.lock())
+            delegate->applicationDidFinishLaunching();
+    });
+    if (!native->terminating)
+        g_main_loop_run(loop.get());
+    native->loop = nullptr;
+}
+
+void NSApplication::terminate()
+{
+    assertMainThread();
+    if (native->terminating)
+        return;
+    const auto delegate = native->delegate.lock();
+    if (delegate && !delegate->applicationShouldTerminate())
+        return;
+    native->terminating = true;
+    if (delegate)
+        delegate->applicationWillTerminate();
+    if (native->loop)
+        g_main_loop_quit(native->loop);
+}
+
+std::shared_ptr<NSWindow> NSApplication::keyWindow() const
+{
+    for (const auto& window : windows())
+        if (window->isKeyWindow())
+            return window;
+    return nullptr;
+}
+
+std::vector<std::shared_ptr<NSWindow>> NSApplication::windows() const
+{
+    std::vector<std::shared_ptr<NSWindow>> alive;
+    for (const auto& known : native->windows)
+        if (auto window = known.lock())
+            alive.push_back(std::move(window));
+    return alive;
+}
+
+void NSApplication::setDelegate(const std::weak_ptr<NSApplicationDelegate>& delegate)
+{
+    native->delegate = delegate;
+}
+
+} // namespace LumoKit

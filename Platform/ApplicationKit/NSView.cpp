@@ -1,0 +1,235 @@
+#include "NSViewNative.h"
+
+#include <LumoKit/Platform/ApplicationKit/NSWindow.h>
+#include <LumoKit/Platform/Dispatch/MainThread.h>
+#include <LumoKit/Platform/Foundation/FatalError.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace LumoKit {
+
+namespace {
+
+/// One axis of `autoresized`: origin and length after the superview grew by `change`.
+struct Extent {
+    double origin;
+    double length;
+};
+
+Extent resizedExtent(Extent extent, double change, bool before, bool inside, bool after)
+{
+    const int parts = int(before) + int(inside) + int(after);
+    if (parts == 0)
+        return extent;
+    const double share = change / parts;
+    if (before)
+        extent.origin += share;
+    if (inside)
+        extent.length = std::max(0.0, extent.length + share);
+    return extent;
+}
+
+} // namespace
+
+CGRect autoresized(
+    const CGRect& frame, const CGSize& oldSize, const CGSize& newSize, const NSAutoresizing& parts)
+{
+    const auto [x, width] = resizedExtent({frame.origin.x, frame.size.width}, newSize.width - oldSize.width,
+        parts.minXMargin, parts.width, parts.maxXMargin);
+    const auto [y, height] = resizedExtent({frame.origin.y, frame.size.height}, newSize.height - oldSize.height,
+        parts.minYMargin, parts.height, parts.maxYMargin);
+    return {{x, y}, {width, height}};
+}
+
+// A container of GTK that places its children by their frames and asks for no room of its own.
+
+struct LumoViewWidget {
+    GtkFixed base;
+    NSView::Native* view; // null once the view is gone
+};
+struct LumoViewWidgetClass {
+    GtkFixedClass base;
+};
+
+namespace {
+
+G_DEFINE_TYPE(LumoViewWidget, lumo_view_widget, GTK_TYPE_FIXED)
+
+void askForNothing(GtkWidget*, int* minimum, int* natural)
+{
+    *minimum = 0;
+    *natural = 0;
+}
+
+void allocate(GtkWidget* widget, GtkAllocation* allocation) noexcept
+{
+    gtk_widget_set_allocation(widget, allocation);
+    if (NSView::Native* view = reinterpret_cast<LumoViewWidget*>(widget)->view)
+        view->layOut(*allocation);
+}
+
+void lumo_view_widget_init(LumoViewWidget* widget)
+{
+    gtk_widget_set_has_window(GTK_WIDGET(widget), FALSE);
+}
+
+void lumo_view_widget_class_init(LumoViewWidgetClass* type)
+{
+    auto* widget = GTK_WIDGET_CLASS(type);
+    widget->size_allocate = &allocate;
+    widget->get_preferred_width = &askForNothing;
+    widget->get_preferred_height = &askForNothing;
+}
+
+std::unique_ptr<NSView::Native> makeContainer()
+{
+    auto native = std::make_unique<NSView::Native>(GTK_WIDGET(g_object_new(lumo_view_widget_get_type(), nullptr)));
+    reinterpret_cast<LumoViewWidget*>(native->widget.get())->view = native.get();
+    native->holdsSubviews = true;
+    gtk_widget_show(native->widget.get());
+    return native;
+}
+
+/// Gives a child its place: GTK counts from the top left of the window, a frame from the bottom left of its superview.
+void place(NSView::Native& child, const GtkAllocation& parent)
+{
+    const CGRect& frame = child.frame;
+    int least = 0;
+    int natural = 0;
+    gtk_widget_get_preferred_width(child.widget.get(), &least, &natural); // GTK wants to be asked before it is told
+    gtk_widget_get_preferred_height(child.widget.get(), &least, &natural);
+    GtkAllocation allocation;
+    allocation.x = parent.x + static_cast<int>(std::lround(frame.minX()));
+    allocation.y = parent.y + static_cast<int>(std::lround(parent.height - frame.maxY()));
+    allocation.width = std::max(1, static_cast<int>(std::lround(frame.width())));
+    allocation.height = std::max(1, static_cast<int>(std::lround(frame.height())));
+    gtk_widget_size_allocate(child.widget.get(), &allocation);
+}
+
+} // namespace
+
+NSView::Native::~Native()
+{
+    if (holdsSubviews)
+        reinterpret_cast<LumoViewWidget*>(widget.get())->view = nullptr;
+    for (const auto& view : subviews)
+        view->nativeView().superview = nullptr;
+    gtk_widget_destroy(widget.get());
+}
+
+void NSView::Native::layOut(const GtkAllocation& allocation)
+{
+    const CGSize size {double(allocation.width), double(allocation.height)};
+    const CGSize old = frame.size;
+    frame.size = size;
+    for (const auto& view : subviews) {
+        NSView::Native& child = view->nativeView();
+        child.frame = autoresized(child.frame, old, size, child.autoresizing);
+        place(child, allocation);
+    }
+}
+
+NSView::NSView(const CGRect& frame)
+    : NSView(makeContainer())
+{
+    native->frame = frame;
+}
+
+NSView::NSView(std::unique_ptr<Native> made)
+    : native(std::move(made))
+{
+    assertMainThread();
+}
+
+NSView::~NSView() = default;
+
+const CGRect& NSView::frame() const
+{
+    return native->frame;
+}
+
+void NSView::setFrame(const CGRect& frame)
+{
+    if (frame == native->frame)
+        return;
+    const CGSize old = native->frame.size;
+    native->frame = frame;
+    for (const auto& view : native->subviews) {
+        Native& child = *view->native;
+        child.frame = autoresized(child.frame, old, frame.size, child.autoresizing);
+    }
+    if (native->superview)
+        gtk_widget_queue_resize(native->superview->native->widget.get());
+}
+
+CGRect NSView::bounds() const
+{
+    return {{}, native->frame.size};
+}
+
+const NSAutoresizing& NSView::autoresizing() const
+{
+    return native->autoresizing;
+}
+
+void NSView::setAutoresizing(const NSAutoresizing& parts)
+{
+    native->autoresizing = parts;
+}
+
+void NSView::addSubview(const std::shared_ptr<NSView>& view)
+{
+    if (!native->holdsSubviews)
+        fatalError("this view cannot hold subviews");
+    for (const NSView* holder = this; holder; holder = holder->native->superview)
+        if (holder == view.get())
+            fatalError("a view cannot be put into itself");
+    view->removeFromSuperview();
+    native->subviews.push_back(view);
+    view->native->superview = this;
+    gtk_container_add(GTK_CONTAINER(native->widget.get()), view->native->widget.get());
+}
+
+void NSView::removeFromSuperview()
+{
+    const auto self = shared_from_this(); // the superview may hold the last reference
+    GtkWidget* widget = native->widget.get();
+    if (GtkWidget* parent = gtk_widget_get_parent(widget))
+        gtk_container_remove(GTK_CONTAINER(parent), widget);
+    if (NSView* holder = std::exchange(native->superview, nullptr))
+        std::erase_if(holder->native->subviews, [&](const auto& view) { return view.get() == this; });
+    if (NSWindow* window = std::exchange(native->window, nullptr))
+        window->setContentView(std::make_shared<NSView>());
+}
+
+const std::vector<std::shared_ptr<NSView>>& NSView::subviews() const
+{
+    return native->subviews;
+}
+
+std::shared_ptr<NSView> NSView::superview() const
+{
+    return native->superview ? std::static_pointer_cast<NSView>(native->superview->shared_from_this()) : nullptr;
+}
+
+std::shared_ptr<NSWindow> NSView::window() const
+{
+    const NSView* top = this;
+    while (top->native->superview)
+        top = top->native->superview;
+    NSWindow* window = top->native->window;
+    return window ? std::static_pointer_cast<NSWindow>(window->weak_from_this().lock()) : nullptr;
+}
+
+bool NSView::isHidden() const
+{
+    return !gtk_widget_get_visible(native->widget.get());
+}
+
+void NSView::setHidden(bool hidden)
+{
+    gtk_widget_set_visible(native->widget.get(), !hidden);
+}
+
+} // namespace LumoKit

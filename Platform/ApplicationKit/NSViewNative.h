@@ -1,0 +1,32 @@
+#pragma once
+
+#include <LumoKit/Platform/ApplicationKit/NSView.h>
+#include <LumoKit/Platform/Native/ObjectPtr.h>
+
+#include <gtk/gtk.h>
+
+namespace LumoKit {
+
+/// The platform's side of a view: one widget. Only a plain view's widget is a container of subviews.
+struct NSView::Native {
+    explicit Native(GtkWidget* made)
+        : widget(detail::ObjectPtr<GtkWidget>::adopt(made))
+    {
+    }
+    virtual ~Native();
+    Native(const Native&) = delete;
+    Native& operator=(const Native&) = delete;
+
+    /// The size that the widget was last given: subviews move by the difference to the next one.
+    void layOut(const GtkAllocation& allocation);
+
+    detail::ObjectPtr<GtkWidget> widget;
+    CGRect frame;
+    NSAutoresizing autoresizing;
+    bool holdsSubviews = false;
+    std::vector<std::shared_ptr<NSView>> subviews;
+    NSView* superview = nullptr; // it keeps this view, so that it is there as long as this pointer is set
+    NSWindow* window = nullptr; // set on a window's content view; the window keeps it
+};
+
+} // namespace LumoKit

@@ -1,0 +1,287 @@
+#include "NSWindowNative.h"
+
+#include "NSApplicationNative.h"
+#include "NSViewNative.h"
+
+#include <LumoKit/Platform/Dispatch/MainThread.h>
+#include <LumoKit/Platform/Foundation/NotificationCenter.h>
+
+#include <gdk/gdk.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#ifdef GDK_WINDOWING_X11
+#include <gdk/gdkx.h>
+#endif
+
+namespace LumoKit {
+
+namespace {
+
+int points(double length)
+{
+    return static_cast<int>(std::lround(std::clamp(length, -32768.0, 32767.0))); // the range of a window system
+}
+
+/// The monitor that a window is on, or the first one.
+GdkRectangle monitorOf(GtkWindow* window)
+{
+    GdkDisplay* display = gtk_widget_get_display(GTK_WIDGET(window));
+    GdkMonitor* monitor = nullptr;
+    if (GdkWindow* surface = gtk_widget_get_window(GTK_WIDGET(window)))
+        monitor = gdk_display_get_monitor_at_window(display, surface);
+    if (!monitor)
+        monitor = gdk_display_get_monitor(display, 0);
+    GdkRectangle area {};
+    if (monitor)
+        gdk_monitor_get_geometry(monitor, &area);
+    return area;
+}
+
+/// Without a window manager nobody hands out the keyboard.
+bool hasWindowManager([[maybe_unused]] GdkDisplay* display)
+{
+#ifdef GDK_WINDOWING_X11
+    if (GDK_IS_X11_DISPLAY(display)) {
+        const GdkAtom full = gdk_atom_intern_static_string("_NET_WM_STATE_FULLSCREEN");
+        return gdk_x11_screen_supports_net_wm_hint(gdk_display_get_default_screen(display), full);
+    }
+#endif
+    return true;
+}
+
+NSApplication::Native& application()
+{
+    return NSApplication::shared().nativeApplication();
+}
+
+} // namespace
+
+NSWindow::Native::~Native()
+{
+    connections.clear();
+    if (contentView)
+        contentView->nativeView().window = nullptr;
+    contentView.reset(); // the views go before the window that they are drawn in
+    if (window)
+        gtk_widget_destroy(GTK_WIDGET(window.get()));
+}
+
+NSWindow::NSWindow()
+    : native(std::make_unique<Native>())
+{
+}
+
+NSWindow::~NSWindow() = default;
+
+std::shared_ptr<NSWindow> NSWindow::create(const CGRect& contentRect, StyleMask style)
+{
+    assertMainThread();
+    auto& known = application(); // connects to the desktop
+    const std::shared_ptr<NSWindow> window(new NSWindow);
+    Native& native = *window->native;
+    native.window = detail::ObjectPtr<GtkWindow>::adopt(GTK_WINDOW(gtk_window_new(GTK_WINDOW_TOPLEVEL)));
+    GtkWindow* widget = native.window.get();
+    gtk_window_set_decorated(widget, style.titled);
+    gtk_window_set_deletable(widget, style.closable);
+    gtk_window_set_resizable(widget, style.resizable);
+
+    using detail::SignalConnection;
+    NSWindow* self = window.get(); // the connections go with the window
+    native.connections.push_back(
+        SignalConnection::connect<gboolean(GtkWidget*, GdkEvent*)>(widget, "delete-event", [self](auto*, auto*) {
+            self->performClose();
+            return TRUE; // it is closed here or not at all
+        }));
+    native.connections.push_back(
+        SignalConnection::connect<void(GtkWindow*, GParamSpec*)>(widget, "notify::is-active", [self](auto*, auto*) {
+            const auto alive = self->shared_from_this();
+            const bool key = gtk_window_is_active(self->native->window.get());
+            if (std::exchange(self->native->key, key) == key)
+                return;
+            if (const auto delegate = self->native->delegate.lock())
+                key ? delegate->windowDidBecomeKey(*self) : delegate->windowDidResignKey(*self);
+            NotificationCenter::defaultCenter().post(
+                {key ? didBecomeKeyNotification : didResignKeyNotification, alive, {}});
+        }));
+    native.connections.push_back(SignalConnection::connect<gboolean(GtkWidget*, GdkEvent*)>(
+        widget, "map-event", [](GtkWidget* mapped, auto*) {
+            if (!hasWindowManager(gtk_widget_get_display(mapped)))
+                gdk_window_focus(gtk_widget_get_window(mapped), GDK_CURRENT_TIME);
+            return FALSE;
+        }));
+    native.connections.push_back(SignalConnection::connect<void(GtkWidget*, GdkRectangle*)>(
+        widget, "size-allocate", [self, last = CGSize()](auto*, GdkRectangle* area) mutable {
+            const CGSize size {double(area->width), double(area->height)};
+            if (std::exchange(last, size) == size)
+                return;
+            const auto alive = self->shared_from_this();
+            if (const auto delegate = self->native->delegate.lock())
+                delegate->windowDidResize(*self);
+            NotificationCenter::defaultCenter().post({didResizeNotification, alive, {}});
+        }));
+
+    window->setContentView(std::make_shared<NSView>(CGRect {{}, contentRect.size}));
+    window->setFrame(contentRect);
+    known.add(window);
+    return window;
+}
+
+std::string NSWindow::title() const
+{
+    const char* title = gtk_window_get_title(native->window.get());
+    return title ? title : "";
+}
+
+void NSWindow::setTitle(const std::string& title)
+{
+    willChangeValue("title");
+    gtk_window_set_title(native->window.get(), title.c_str());
+    didChangeValue("title");
+}
+
+Value NSWindow::value(std::string_view forKey) const
+{
+    return forKey == "title" ? Value(title()) : NSObject::value(forKey);
+}
+
+const std::shared_ptr<NSView>& NSWindow::contentView() const
+{
+    return native->contentView;
+}
+
+void NSWindow::setContentView(const std::shared_ptr<NSView>& view)
+{
+    if (view == native->contentView)
+        return;
+    const auto replaced = std::exchange(native->contentView, nullptr);
+    if (replaced) {
+        replaced->native->window = nullptr;
+        GtkWidget* widget = replaced->native->widget.get();
+        if (GtkWidget* parent = gtk_widget_get_parent(widget))
+            gtk_container_remove(GTK_CONTAINER(parent), widget);
+    }
+    view->removeFromSuperview();
+    native->contentView = view;
+    view->native->window = this;
+    if (replaced)
+        view->setFrame({{}, replaced->frame().size});
+    gtk_container_add(GTK_CONTAINER(native->window.get()), view->native->widget.get());
+}
+
+CGRect NSWindow::frame() const
+{
+    GtkWindow* window = native->window.get();
+    int width = 0;
+    int height = 0;
+    gtk_window_get_size(window, &width, &height);
+    CGPoint origin = native->origin;
+#ifdef GDK_WINDOWING_X11
+    if (GDK_IS_X11_DISPLAY(gtk_widget_get_display(GTK_WIDGET(window))) && isVisible()) {
+        int left = 0;
+        int top = 0;
+        gtk_window_get_position(window, &left, &top);
+        origin = {double(left), double(monitorOf(window).height - (top + height))};
+    }
+#endif
+    return {origin, {double(width), double(height)}};
+}
+
+void NSWindow::setFrame(const CGRect& frame)
+{
+    GtkWindow* window = native->window.get();
+    native->origin = frame.origin;
+    const int width = std::max(1, points(frame.size.width));
+    const int height = std::max(1, points(frame.size.height));
+    gtk_window_set_default_size(window, width, height);
+    if (isVisible())
+        gtk_window_resize(window, width, height);
+    gtk_window_move(window, points(frame.origin.x), monitorOf(window).height - (points(frame.origin.y) + height));
+}
+
+void NSWindow::setMinSize(const CGSize& size)
+{
+    GdkGeometry limits {};
+    limits.min_width = points(size.width);
+    limits.min_height = points(size.height);
+    gtk_window_set_geometry_hints(native->window.get(), nullptr, &limits, GDK_HINT_MIN_SIZE);
+}
+
+void NSWindow::center()
+{
+    const GdkRectangle monitor = monitorOf(native->window.get());
+    CGRect centred = frame();
+    centred.origin = {std::max(0.0, (monitor.width - centred.size.width) / 2),
+        std::max(0.0, (monitor.height - centred.size.height) / 2)};
+    setFrame(centred);
+}
+
+void NSWindow::setBackgroundColor(const NSColor& color)
+{
+    if (!native->background) {
+        native->background = detail::ObjectPtr<GtkCssProvider>::adopt(gtk_css_provider_new());
+        gtk_style_context_add_provider(gtk_widget_get_style_context(GTK_WIDGET(native->window.get())),
+            GTK_STYLE_PROVIDER(native->background.get()), GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
+    }
+    const auto byte = [](double component) { return static_cast<int>(std::lround(std::clamp(component, 0.0, 1.0) * 255)); };
+    char alpha[G_ASCII_DTOSTR_BUF_SIZE]; // CSS wants a full stop, whatever the user's language
+    g_ascii_formatd(alpha, sizeof alpha, "%.4f", std::clamp(color.alphaComponent, 0.0, 1.0));
+    char style[128];
+    std::snprintf(style, sizeof style, "window { background: rgba(%d, %d, %d, %s); }", byte(color.redComponent),
+        byte(color.greenComponent), byte(color.blueComponent), alpha);
+    gtk_css_provider_load_from_data(native->background.get(), style, -1, nullptr);
+}
+
+void NSWindow::makeKeyAndOrderFront()
+{
+    application().keep(std::static_pointer_cast<NSWindow>(shared_from_this()));
+    gtk_widget_show(GTK_WIDGET(native->window.get()));
+    gtk_window_present(native->window.get());
+}
+
+void NSWindow::orderOut()
+{
+    const auto alive = shared_from_this(); // the application may hold the last reference
+    gtk_widget_hide(GTK_WIDGET(native->window.get()));
+    application().letGo(*this);
+}
+
+bool NSWindow::isVisible() const
+{
+    return gtk_widget_get_visible(GTK_WIDGET(native->window.get()));
+}
+
+bool NSWindow::isKeyWindow() const
+{
+    return native->key;
+}
+
+void NSWindow::performClose()
+{
+    const auto alive = shared_from_this();
+    const auto delegate = native->delegate.lock();
+    if (!delegate || delegate->windowShouldClose(*this))
+        close();
+}
+
+void NSWindow::close()
+{
+    if (std::exchange(native->closing, true))
+        return; // from within its own notifications
+    const auto alive = shared_from_this();
+    if (const auto delegate = native->delegate.lock())
+        delegate->windowWillClose(*this);
+    NotificationCenter::defaultCenter().post({willCloseNotification, alive, {}});
+    gtk_widget_hide(GTK_WIDGET(native->window.get()));
+    native->closing = false;
+    application().closed(*this);
+}
+
+void NSWindow::setDelegate(const std::weak_ptr<NSWindowDelegate>& delegate)
+{
+    native->delegate = delegate;
+}
+
+} // namespace LumoKit

@@ -1,0 +1,93 @@
+#include <LumoKit/Platform/Foundation/Bundle.h>
+#include <LumoKit/Platform/Foundation/PropertyList.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+
+namespace LumoKit {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::optional<Value::Dictionary> readInformation(const fs::path& file)
+{
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream)
+        return std::nullopt;
+    const std::string bytes {std::istreambuf_iterator<char>(stream), {}};
+    const auto list = readPropertyList(std::as_bytes(std::span(bytes)));
+    if (!list || !list->asDictionary())
+        return std::nullopt;
+    return *list->asDictionary();
+}
+
+/// `…/Name.app` for `…/Name.app/Contents/Linux/program`, else the program's folder.
+fs::path bundleOf(const fs::path& executable)
+{
+    const fs::path folder = executable.parent_path();
+    const fs::path bundle = folder.parent_path().parent_path();
+    if (folder.filename() == "Linux" && folder.parent_path().filename() == "Contents" && bundle.extension() == ".app")
+        return bundle;
+    return folder;
+}
+
+} // namespace
+
+const Bundle& Bundle::main()
+{
+    static const Bundle bundle([] {
+        std::error_code unreadable;
+        return bundleOf(fs::read_symlink("/proc/self/exe", unreadable));
+    }());
+    return bundle;
+}
+
+Bundle::Bundle(fs::path path)
+    : path_(std::move(path))
+{
+    const fs::path contents = path_ / "Contents";
+    std::error_code ignored;
+    const bool isBundle = fs::is_directory(contents, ignored);
+    resources = isBundle ? contents / "Resources" : path_;
+    if (isBundle)
+        information = readInformation(contents / "Info.plist");
+}
+
+std::optional<std::string> Bundle::bundleIdentifier() const
+{
+    const Value identifier = object("CFBundleIdentifier");
+    if (const auto* text = identifier.asText())
+        return *text;
+    return std::nullopt;
+}
+
+Value Bundle::object(std::string_view forInfoDictionaryKey) const
+{
+    if (!information)
+        return {};
+    const auto found = information->find(forInfoDictionaryKey);
+    return found == information->end() ? Value() : found->second;
+}
+
+std::optional<fs::path> Bundle::path(std::string_view forResource, std::string_view ofType) const
+{
+    std::string name(forResource);
+    if (!ofType.empty())
+        name.append(".").append(ofType);
+    if (name.find('\0') != name.npos)
+        return std::nullopt;
+    std::error_code missing;
+    const fs::path root = fs::canonical(resources, missing);
+    const fs::path file = fs::canonical(resources / fs::path(name).relative_path(), missing);
+    if (missing || !fs::is_regular_file(file, missing))
+        return std::nullopt;
+    // A link that leads out of the bundle is followed no further than a ".." would be.
+    const auto [end, rest] = std::ranges::mismatch(root, file);
+    if (end != root.end())
+        return std::nullopt;
+    return file;
+}
+
+} // namespace LumoKit

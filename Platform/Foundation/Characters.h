@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string_view>
+
+namespace LumoKit {
+
+/// The first `count` characters of a text, as its reader would count them: a letter with its accents, a joined emoji and
+/// a carriage return with its line feed are one each.
+///
+/// Bytes that are no UTF-8 count as one character each or a few together, and are kept.
+/// Errors: nothing when the text has fewer.
+/// Lifetime: a part of `text`.
+/// Thread: any.
+/// Source: Unicode Standard Annex 29, extended grapheme clusters.
+[[nodiscard]] std::optional<std::string_view> firstCharacters(std::string_view text, std::size_t count);
+
+} // namespace LumoKit

@@ -1,0 +1,128 @@
+#include <LumoKit/Platform/Foundation/PropertyList.h>
+
+#include <plist/plist.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+namespace LumoKit {
+
+namespace {
+
+struct FreeNode {
+    void operator()(void* node) const { plist_free(node); }
+};
+struct FreeMemory {
+    void operator()(void* memory) const { std::free(memory); } // libplist hands out malloc's memory
+};
+using Text = std::unique_ptr<char, FreeMemory>;
+
+/// Property lists count seconds from the first of January 2001.
+constexpr double referenceDate = 978307200;
+
+Value valueOf(plist_t node, int depth);
+
+Value::Dictionary dictionaryOf(plist_t node, int depth)
+{
+    Value::Dictionary dictionary;
+    plist_dict_iter position = nullptr;
+    plist_dict_new_iter(node, &position);
+    const std::unique_ptr<void, FreeMemory> owned(position);
+    while (true) {
+        char* key = nullptr;
+        plist_t item = nullptr;
+        plist_dict_next_item(node, position, &key, &item);
+        if (!item)
+            return dictionary;
+        const Text name(key);
+        dictionary.insert_or_assign(name ? name.get() : "", valueOf(item, depth + 1));
+    }
+}
+
+Value::Array arrayOf(plist_t node, int depth)
+{
+    Value::Array array;
+    const auto count = plist_array_get_size(node);
+    array.reserve(count);
+    for (std::uint32_t index = 0; index < count; ++index)
+        array.push_back(valueOf(plist_array_get_item(node, index), depth + 1));
+    return array;
+}
+
+Value valueOf(plist_t node, int depth)
+{
+    if (depth > Value::maximumDepth)
+        return {};
+    switch (plist_get_node_type(node)) {
+    case PLIST_BOOLEAN: {
+        std::uint8_t boolean = 0;
+        plist_get_bool_val(node, &boolean);
+        return boolean != 0;
+    }
+    case PLIST_UINT: {
+        std::uint64_t number = 0;
+        plist_get_uint_val(node, &number);
+        return static_cast<std::int64_t>(number); // negative ones are stored as their two's complement
+    }
+    case PLIST_UID: {
+        std::uint64_t number = 0;
+        plist_get_uid_val(node, &number);
+        return number;
+    }
+    case PLIST_REAL: {
+        double number = 0;
+        plist_get_real_val(node, &number);
+        return number;
+    }
+    case PLIST_STRING: {
+        char* text = nullptr;
+        plist_get_string_val(node, &text);
+        const Text owned(text);
+        return owned ? Value(owned.get()) : Value("");
+    }
+    case PLIST_DATE: {
+        std::int32_t seconds = 0;
+        std::int32_t microseconds = 0;
+        plist_get_date_val(node, &seconds, &microseconds);
+        return Date(std::chrono::duration<double>(referenceDate + seconds + microseconds / 1e6));
+    }
+    case PLIST_DATA: {
+        char* bytes = nullptr;
+        std::uint64_t length = 0;
+        plist_get_data_val(node, &bytes, &length);
+        const Text owned(bytes);
+        Data data(owned ? length : 0);
+        if (owned && length)
+            std::memcpy(data.data(), owned.get(), length);
+        return data;
+    }
+    case PLIST_ARRAY:
+        return arrayOf(node, depth);
+    case PLIST_DICT:
+        return dictionaryOf(node, depth);
+    default:
+        return {};
+    }
+}
+
+} // namespace
+
+std::optional<Value> readPropertyList(std::span<const std::byte> bytes)
+{
+    if (bytes.size() > std::numeric_limits<std::uint32_t>::max())
+        return std::nullopt; // the library counts in 32 bits
+    const auto* start = reinterpret_cast<const char*>(bytes.data());
+    const auto length = static_cast<std::uint32_t>(bytes.size());
+    plist_t root = nullptr;
+    if (plist_is_binary(start, length))
+        plist_from_bin(start, length, &root);
+    else
+        plist_from_xml(start, length, &root);
+    const std::unique_ptr<void, FreeNode> owned(root);
+    if (!root)
+        return std::nullopt;
+    return valueOf(root, 0);
+}
+
+} // namespace LumoKit

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <LumoKit/Platform/Native/ObjectPtr.h>
+#include <LumoKit/Platform/Native/SignalConnection.h>
+#include <LumoKit/Platform/WebKit/WKUserContentController.h>
+
+#include <webkit2/webkit2.h>
+
+#include <map>
+
+namespace LumoKit {
+
+/// The platform's side of a user content controller.
+struct WKUserContentController::Native {
+    struct Registration {
+        std::shared_ptr<WKScriptMessageHandler> handler;
+        detail::SignalConnection received;
+    };
+
+    detail::ObjectPtr<WebKitUserContentManager> manager;
+    std::map<std::string, Registration> registrations;
+    std::vector<WKUserScript> scripts;
+};
+
+} // namespace LumoKit

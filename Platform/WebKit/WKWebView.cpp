@@ -1,0 +1,389 @@
+#include <LumoKit/Platform/WebKit/WKWebView.h>
+
+#include "../ApplicationKit/NSViewNative.h"
+#include "Renderer.h"
+#include "ScriptResult.h"
+#include "WKURLSchemeTaskNative.h"
+#include "WKUserContentControllerNative.h"
+
+#include <LumoKit/Platform/ApplicationKit/NSApplication.h>
+#include <LumoKit/Platform/Dispatch/DispatchQueue.h>
+#include <LumoKit/Platform/Native/Handles.h>
+
+#include <webkit2/webkit2.h>
+
+#include <map>
+#include <set>
+#include <utility>
+
+namespace LumoKit {
+
+namespace {
+
+using detail::ObjectPtr;
+using detail::SignalConnection;
+
+struct WebNative final : NSView::Native {
+    explicit WebNative(std::shared_ptr<WKWebViewConfiguration> from, GtkWidget* made)
+        : Native(made)
+        , configuration(std::move(from))
+    {
+    }
+    ~WebNative() override { connections.clear(); }
+
+    [[nodiscard]] WebKitWebView* view() const { return WEBKIT_WEB_VIEW(widget.get()); }
+
+    std::shared_ptr<WKWebViewConfiguration> configuration;
+    std::weak_ptr<WKNavigationDelegate> navigationDelegate;
+    bool committed = false; // of the load that is under way
+    bool failed = false; // the engine reports a failed load as finished, too
+    std::map<std::string_view, Value> announced; // the observable properties as they were last told
+    std::vector<SignalConnection> connections;
+};
+
+WebNative& nativeOf(const WKWebView& view)
+{
+    return static_cast<WebNative&>(view.nativeView());
+}
+
+Error errorOf(const GError* error)
+{
+    return {g_quark_to_string(error->domain), error->code, error->message};
+}
+
+/// The engine follows the web's own, laxer rules for what may stand in an address.
+std::optional<URL> urlFromWeb(const char* address)
+{
+    if (!address || !*address)
+        return std::nullopt;
+    if (auto url = URL::parse(address))
+        return url;
+    // What RFC 3986 reserves or allows stays; a "%" that starts no escape, and everything else, is encoded.
+    const detail::GText escaped(g_uri_escape_string(address, ":/?#[]@!$&'()*+,;=%", FALSE));
+    if (auto url = URL::parse(escaped.get()))
+        return url;
+    const detail::GText strictly(g_uri_escape_string(address, ":/?#@!$&'()*+,;=", FALSE));
+    return URL::parse(strictly.get());
+}
+
+constexpr const char* viewKey = "lumokit-web-view";
+
+WKWebView* viewOf(WebKitWebView* widget)
+{
+    return widget ? static_cast<WKWebView*>(g_object_get_data(G_OBJECT(widget), viewKey)) : nullptr;
+}
+
+void answerSchemeRequest(WebKitURISchemeRequest* request, gpointer) noexcept
+{
+    WKWebView* view = viewOf(webkit_uri_scheme_request_get_web_view(request));
+    const auto handler
+        = view ? view->configuration()->urlSchemeHandler(webkit_uri_scheme_request_get_scheme(request)) : nullptr;
+    const auto url = urlFromWeb(webkit_uri_scheme_request_get_uri(request));
+    if (!handler || !url) {
+        GError* error = g_error_new_literal(
+            WEBKIT_NETWORK_ERROR, WEBKIT_NETWORK_ERROR_UNKNOWN_PROTOCOL, "Nothing answers this scheme");
+        webkit_uri_scheme_request_finish_error(request, error);
+        g_error_free(error);
+        return;
+    }
+    const char* method = webkit_uri_scheme_request_get_http_method(request);
+    auto native = std::make_unique<WKURLSchemeTask::Native>(
+        ObjectPtr<WebKitURISchemeRequest>::retain(request), *url, method ? method : "GET");
+    handler->start(*view, std::make_shared<WKURLSchemeTask>(std::move(native)));
+}
+
+WebKitWebContext* sharedContext()
+{
+    static WebKitWebContext* context = [] {
+        static_cast<void>(NSApplication::shared()); // connects to the desktop and names the program
+        detail::chooseRenderer();
+        return webkit_web_context_get_default();
+    }();
+    return context;
+}
+
+/// The engine knows schemes for all views alike; each view's configuration then says who answers.
+void registerSchemes(WebKitWebContext* context, const WKWebViewConfiguration& configuration)
+{
+    static std::set<std::string> registered;
+    for (const auto& [scheme, handler] : configuration.urlSchemeHandlers()) {
+        if (!registered.insert(scheme).second)
+            continue;
+        webkit_web_context_register_uri_scheme(context, scheme.c_str(), &answerSchemeRequest, nullptr, nullptr);
+        WebKitSecurityManager* security = webkit_web_context_get_security_manager(context);
+        webkit_security_manager_register_uri_scheme_as_secure(security, scheme.c_str());
+        webkit_security_manager_register_uri_scheme_as_cors_enabled(security, scheme.c_str());
+    }
+}
+
+std::unique_ptr<NSView::Native> makeNative(
+    const std::shared_ptr<WKWebViewConfiguration>& configuration, WebKitWebView* related)
+{
+    WebKitWebContext* context = sharedContext();
+    registerSchemes(context, *configuration);
+    WebKitUserContentManager* content
+        = configuration->userContentController()->nativeController().manager.get();
+    const auto settings = ObjectPtr<WebKitSettings>::adopt(webkit_settings_new());
+    webkit_settings_set_enable_developer_extras(settings.get(), configuration->developerExtrasEnabled);
+    // A related view lives in the other's process, and takes the context over from it.
+    GtkWidget* widget = related
+        ? GTK_WIDGET(g_object_new(WEBKIT_TYPE_WEB_VIEW, "related-view", related, "user-content-manager", content,
+            "settings", settings.get(), nullptr))
+        : GTK_WIDGET(g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context", context, "user-content-manager", content,
+            "settings", settings.get(), nullptr));
+    gtk_widget_show(widget);
+    return std::make_unique<WebNative>(configuration, widget);
+}
+
+/// A policy decision that waits for the host's word. One that nobody answers allows, as the platform does by default.
+class PendingPolicy {
+public:
+    explicit PendingPolicy(WebKitPolicyDecision* asked)
+        : decision(ObjectPtr<WebKitPolicyDecision>::retain(asked))
+    {
+    }
+    PendingPolicy(const PendingPolicy&) = delete;
+    PendingPolicy& operator=(const PendingPolicy&) = delete;
+    ~PendingPolicy() { answer(WKNavigationActionPolicy::allow); }
+
+    void answer(WKNavigationActionPolicy policy)
+    {
+        if (!decision)
+            return;
+        if (policy == WKNavigationActionPolicy::allow)
+            webkit_policy_decision_use(decision.get());
+        else
+            webkit_policy_decision_ignore(decision.get());
+        decision = {};
+    }
+
+private:
+    ObjectPtr<WebKitPolicyDecision> decision;
+};
+
+} // namespace
+
+WKWebView::WKWebView(const CGRect& frame, std::shared_ptr<WKWebViewConfiguration> configuration)
+    : NSView([&] {
+        auto& views = configuration->processPool()->views;
+        std::erase_if(views, [](const auto& known) { return known.expired(); });
+        WebKitWebView* related = nullptr;
+        if (!views.empty())
+            if (const auto first = std::static_pointer_cast<WKWebView>(views.front().lock()))
+                related = nativeOf(*first).view();
+        return makeNative(configuration, related);
+    }())
+{
+    WebNative& native = nativeOf(*this);
+    native.frame = frame;
+    WebKitWebView* view = native.view();
+    g_object_set_data(G_OBJECT(view), viewKey, this);
+
+    const auto on = [&]<class Signature, class Handler>(std::type_identity<Signature>, const char* signal, Handler handler) {
+        native.connections.push_back(SignalConnection::connect<Signature>(view, signal, std::move(handler)));
+    };
+    on(std::type_identity<void(WebKitWebView*, WebKitLoadEvent)>(), "load-changed",
+        [this](auto*, WebKitLoadEvent event) {
+            const auto alive = weak_from_this().lock();
+            WebNative& state = nativeOf(*this);
+            if (event == WEBKIT_LOAD_STARTED)
+                state.committed = state.failed = false;
+            else if (event == WEBKIT_LOAD_COMMITTED)
+                state.committed = true;
+            const auto delegate = state.navigationDelegate.lock();
+            if (!delegate)
+                return;
+            switch (event) {
+            case WEBKIT_LOAD_STARTED:
+                return delegate->didStartProvisionalNavigation(*this);
+            case WEBKIT_LOAD_REDIRECTED:
+                return delegate->didReceiveServerRedirectForProvisionalNavigation(*this);
+            case WEBKIT_LOAD_COMMITTED:
+                return delegate->didCommit(*this);
+            case WEBKIT_LOAD_FINISHED:
+                if (!state.failed)
+                    delegate->didFinish(*this);
+            }
+        });
+    on(std::type_identity<gboolean(WebKitWebView*, WebKitLoadEvent, const char*, const GError*)>(), "load-failed",
+        [this](auto*, WebKitLoadEvent, const char*, const GError* error) {
+            const auto alive = weak_from_this().lock();
+            WebNative& state = nativeOf(*this);
+            state.failed = true;
+            if (const auto delegate = state.navigationDelegate.lock()) {
+                if (state.committed)
+                    delegate->didFail(*this, errorOf(error));
+                else
+                    delegate->didFailProvisionalNavigation(*this, errorOf(error));
+            }
+            return TRUE; // or the engine would show a page of its own
+        });
+    on(std::type_identity<void(WebKitWebView*, WebKitWebProcessTerminationReason)>(), "web-process-terminated",
+        [this](auto*, auto) {
+            const auto alive = weak_from_this().lock();
+            if (const auto delegate = nativeOf(*this).navigationDelegate.lock())
+                delegate->webContentProcessDidTerminate(*this);
+        });
+    on(std::type_identity<gboolean(WebKitWebView*, WebKitPolicyDecision*, WebKitPolicyDecisionType)>(), "decide-policy",
+        [this](auto*, WebKitPolicyDecision* decision, WebKitPolicyDecisionType type) -> gboolean {
+            const auto alive = weak_from_this().lock();
+            const auto delegate = nativeOf(*this).navigationDelegate.lock();
+            if (!delegate || type != WEBKIT_POLICY_DECISION_TYPE_NAVIGATION_ACTION)
+                return FALSE;
+            WebKitNavigationAction* action
+                = webkit_navigation_policy_decision_get_navigation_action(WEBKIT_NAVIGATION_POLICY_DECISION(decision));
+            const auto url = urlFromWeb(webkit_uri_request_get_uri(webkit_navigation_action_get_request(action)));
+            if (!url)
+                return FALSE;
+            const bool clicked = webkit_navigation_action_get_navigation_type(action) == WEBKIT_NAVIGATION_TYPE_LINK_CLICKED;
+            delegate->decidePolicy(*this, {*url, clicked},
+                [pending = std::make_shared<PendingPolicy>(decision)](
+                    WKNavigationActionPolicy policy) { pending->answer(policy); });
+            return TRUE;
+        });
+    // The engine announces a property after it changed; observers get the value before all the same.
+    for (const auto& [property, key] : {std::pair("notify::title", "title"), std::pair("notify::uri", "URL"),
+             std::pair("notify::estimated-load-progress", "estimatedProgress"), std::pair("notify::is-loading", "loading")})
+        on(std::type_identity<void(WebKitWebView*, GParamSpec*)>(), property, [this, key](auto*, auto*) {
+            const auto alive = weak_from_this().lock();
+            didChangeValue(key, std::exchange(nativeOf(*this).announced[key], value(key)));
+        });
+}
+
+WKWebView::~WKWebView()
+{
+    nativeOf(*this).connections.clear();
+    g_object_set_data(G_OBJECT(nativeOf(*this).view()), viewKey, nullptr);
+}
+
+const std::shared_ptr<WKWebViewConfiguration>& WKWebView::configuration() const
+{
+    return nativeOf(*this).configuration;
+}
+
+void WKWebView::setNavigationDelegate(const std::weak_ptr<WKNavigationDelegate>& delegate)
+{
+    nativeOf(*this).navigationDelegate = delegate;
+}
+
+std::shared_ptr<WKNavigationDelegate> WKWebView::navigationDelegate() const
+{
+    return nativeOf(*this).navigationDelegate.lock();
+}
+
+void WKWebView::load(const URL& url)
+{
+    webkit_web_view_load_uri(nativeOf(*this).view(), url.absoluteString().c_str());
+}
+
+void WKWebView::loadHTMLString(const std::string& string, const std::optional<URL>& baseURL)
+{
+    const std::unique_ptr<GBytes, detail::FreedBy<g_bytes_unref>> bytes(g_bytes_new(string.data(), string.size()));
+    webkit_web_view_load_bytes(nativeOf(*this).view(), bytes.get(), "text/html", "UTF-8",
+        baseURL ? baseURL->absoluteString().c_str() : nullptr);
+}
+
+void WKWebView::reload()
+{
+    webkit_web_view_reload(nativeOf(*this).view());
+}
+
+void WKWebView::stopLoading()
+{
+    webkit_web_view_stop_loading(nativeOf(*this).view());
+}
+
+bool WKWebView::canGoBack() const
+{
+    return webkit_web_view_can_go_back(nativeOf(*this).view());
+}
+
+void WKWebView::goBack()
+{
+    webkit_web_view_go_back(nativeOf(*this).view());
+}
+
+bool WKWebView::canGoForward() const
+{
+    return webkit_web_view_can_go_forward(nativeOf(*this).view());
+}
+
+void WKWebView::goForward()
+{
+    webkit_web_view_go_forward(nativeOf(*this).view());
+}
+
+std::optional<URL> WKWebView::url() const
+{
+    return urlFromWeb(webkit_web_view_get_uri(nativeOf(*this).view()));
+}
+
+std::string WKWebView::title() const
+{
+    const char* title = webkit_web_view_get_title(nativeOf(*this).view());
+    return title ? title : "";
+}
+
+double WKWebView::estimatedProgress() const
+{
+    return webkit_web_view_get_estimated_load_progress(nativeOf(*this).view());
+}
+
+bool WKWebView::isLoading() const
+{
+    return webkit_web_view_is_loading(nativeOf(*this).view());
+}
+
+namespace {
+
+void finishEvaluation(GObject* view, GAsyncResult* ended, gpointer data) noexcept
+{
+    const std::unique_ptr<WKWebView::EvaluationHandler> handler(static_cast<WKWebView::EvaluationHandler*>(data));
+    detail::GErrorPtr error;
+    G_GNUC_BEGIN_IGNORE_DEPRECATIONS
+    const std::unique_ptr<WebKitJavascriptResult, detail::FreedBy<webkit_javascript_result_unref>> result(
+        webkit_web_view_run_javascript_finish(WEBKIT_WEB_VIEW(view), ended, error.out()));
+    G_GNUC_END_IGNORE_DEPRECATIONS
+    if (error)
+        (*handler)(std::nullopt, errorOf(*error.out()));
+    else if (!result || detail::isUndefined(result.get()))
+        (*handler)(std::nullopt, std::nullopt);
+    else
+        (*handler)(detail::valueOf(result.get()), std::nullopt);
+}
+
+} // namespace
+
+void WKWebView::evaluateJavaScript(const std::string& script, EvaluationHandler completionHandler)
+{
+    auto handler = completionHandler ? std::make_unique<EvaluationHandler>(std::move(completionHandler)) : nullptr;
+    if (script.find('\0') != script.npos) { // the engine would take what stands before it for the whole
+        if (handler)
+            DispatchQueue::main()->async([handler = std::move(handler)] {
+                (*handler)(std::nullopt, Error {"LumoKit.WKWebView", 1, "The script holds a NUL character"});
+            });
+        return;
+    }
+    const GAsyncReadyCallback callback = handler ? &finishEvaluation : nullptr;
+    // Deprecated in favour of a function whose result leads to the slow interface only: see ScriptResult.h.
+    G_GNUC_BEGIN_IGNORE_DEPRECATIONS
+    webkit_web_view_run_javascript(nativeOf(*this).view(), script.c_str(), nullptr, callback, handler.release());
+    G_GNUC_END_IGNORE_DEPRECATIONS
+}
+
+Value WKWebView::value(std::string_view forKey) const
+{
+    if (forKey == "title")
+        return title();
+    if (forKey == "URL") {
+        const auto current = url();
+        return current ? Value(*current) : Value();
+    }
+    if (forKey == "estimatedProgress")
+        return estimatedProgress();
+    if (forKey == "loading")
+        return isLoading();
+    return NSView::value(forKey);
+}
+
+} // namespace LumoKit

@@ -1,0 +1,21 @@
+# What `cmake --install` puts into a prefix: the library, its headers, a CMake package and a pkg-config file, both of which
+# work wherever the prefix is moved to.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS LumoKit EXPORT LumoKit
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+    FILE_SET native DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+set(packageDir ${CMAKE_INSTALL_LIBDIR}/cmake/LumoKit)
+install(EXPORT LumoKit NAMESPACE LumoKit:: DESTINATION ${packageDir} FILE LumoKitTargets.cmake)
+configure_package_config_file(cmake/LumoKitConfig.cmake.in "${CMAKE_BINARY_DIR}/LumoKitConfig.cmake"
+    INSTALL_DESTINATION ${packageDir})
+write_basic_package_version_file("${CMAKE_BINARY_DIR}/LumoKitConfigVersion.cmake" COMPATIBILITY SameMinorVersion)
+install(FILES "${CMAKE_BINARY_DIR}/LumoKitConfig.cmake" "${CMAKE_BINARY_DIR}/LumoKitConfigVersion.cmake"
+    DESTINATION ${packageDir})
+
+# The prefix as seen from the .pc file's own folder.
+file(RELATIVE_PATH LUMOKIT_PC_PREFIX "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
+configure_file(cmake/LumoKit.pc.in "${CMAKE_BINARY_DIR}/LumoKit.pc" @ONLY)
+install(FILES "${CMAKE_BINARY_DIR}/LumoKit.pc" DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
