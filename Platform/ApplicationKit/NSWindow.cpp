@@ -82,7 +82,8 @@ std::shared_ptr<NSWindow> NSWindow::create(const CGRect& contentRect, StyleMask 
     auto& known = application(); // connects to the desktop
     const std::shared_ptr<NSWindow> window(new NSWindow);
     Native& native = *window->native;
-    native.window = detail::ObjectPtr<GtkWindow>::adopt(GTK_WINDOW(gtk_window_new(GTK_WINDOW_TOPLEVEL)));
+    // GTK keeps a reference of its own to each window until that is destroyed.
+    native.window = detail::ObjectPtr<GtkWindow>::retain(GTK_WINDOW(gtk_window_new(GTK_WINDOW_TOPLEVEL)));
     GtkWindow* widget = native.window.get();
     gtk_window_set_decorated(widget, style.titled);
     gtk_window_set_deletable(widget, style.closable);

@@ -2,7 +2,6 @@
 
 #include <LumoKit/Platform/Foundation/NSObject.h>
 
-#include <memory>
 #include <vector>
 
 namespace LumoKit {
@@ -17,7 +16,7 @@ class WKWebView;
 class WKProcessPool : public NSObject {
 private:
     friend class WKWebView;
-    std::vector<std::weak_ptr<NSObject>> views;
+    std::vector<WKWebView*> views; // each takes itself out when it is destroyed
 };
 
 } // namespace LumoKit

@@ -51,19 +51,42 @@ Error errorOf(const GError* error)
     return {g_quark_to_string(error->domain), error->code, error->message};
 }
 
-/// The engine follows the web's own, laxer rules for what may stand in an address.
+bool isHexDigit(char character)
+{
+    return g_ascii_isxdigit(character);
+}
+
+/// The engine follows the web's own, laxer rules for what may stand in an address. What RFC 3986 does not let stand there is
+/// percent-encoded: a "%" that starts no escape, square brackets anywhere but around a host, and everything that is neither
+/// reserved nor unreserved.
 std::optional<URL> urlFromWeb(const char* address)
 {
     if (!address || !*address)
         return std::nullopt;
     if (auto url = URL::parse(address))
         return url;
-    // What RFC 3986 reserves or allows stays; a "%" that starts no escape, and everything else, is encoded.
-    const detail::GText escaped(g_uri_escape_string(address, ":/?#[]@!$&'()*+,;=%", FALSE));
-    if (auto url = URL::parse(escaped.get()))
-        return url;
-    const detail::GText strictly(g_uri_escape_string(address, ":/?#@!$&'()*+,;=", FALSE));
-    return URL::parse(strictly.get());
+    static constexpr std::string_view allowed = "-._~:/?#@!$&'()*+,;=";
+    const std::string_view text = address;
+    const std::size_t authority = text.find("://");
+    const std::size_t afterAuthority = authority == text.npos ? 0 : text.find_first_of("/?#", authority + 3);
+    const std::size_t fragment = text.find('#');
+    std::string encoded;
+    for (std::size_t index = 0; index < text.size(); ++index) {
+        const char character = text[index];
+        const bool isEscape = character == '%' && index + 2 < text.size() && isHexDigit(text[index + 1])
+            && isHexDigit(text[index + 2]);
+        const bool isHostBracket = (character == '[' || character == ']') && index < afterAuthority;
+        const bool isSecondHash = character == '#' && index > fragment;
+        if (isEscape || isHostBracket || g_ascii_isalnum(character)
+            || (allowed.find(character) != allowed.npos && !isSecondHash)) {
+            encoded += character;
+        } else {
+            static constexpr char digits[] = "0123456789ABCDEF";
+            const auto byte = static_cast<unsigned char>(character);
+            encoded.append({'%', digits[byte >> 4], digits[byte & 15]});
+        }
+    }
+    return URL::parse(encoded);
 }
 
 constexpr const char* viewKey = "lumokit-web-view";
@@ -165,15 +188,11 @@ private:
 
 WKWebView::WKWebView(const CGRect& frame, std::shared_ptr<WKWebViewConfiguration> configuration)
     : NSView([&] {
-        auto& views = configuration->processPool()->views;
-        std::erase_if(views, [](const auto& known) { return known.expired(); });
-        WebKitWebView* related = nullptr;
-        if (!views.empty())
-            if (const auto first = std::static_pointer_cast<WKWebView>(views.front().lock()))
-                related = nativeOf(*first).view();
-        return makeNative(configuration, related);
+        const auto& views = configuration->processPool()->views;
+        return makeNative(configuration, views.empty() ? nullptr : nativeOf(*views.front()).view());
     }())
 {
+    configuration->processPool()->views.push_back(this);
     WebNative& native = nativeOf(*this);
     native.frame = frame;
     WebKitWebView* view = native.view();
@@ -253,6 +272,7 @@ WKWebView::WKWebView(const CGRect& frame, std::shared_ptr<WKWebViewConfiguration
 WKWebView::~WKWebView()
 {
     nativeOf(*this).connections.clear();
+    std::erase(configuration()->processPool()->views, this);
     g_object_set_data(G_OBJECT(nativeOf(*this).view()), viewKey, nullptr);
 }
 

@@ -47,8 +47,8 @@ public:
         auto& held = *std::any_cast<Dependencies>(&value);
         if constexpr (std::is_convertible_v<Dependencies*, const ServiceInterface*>)
             services = &held;
-        else if constexpr (requires { static_cast<const ServiceInterface*>(std::to_address(held)); })
-            services = std::to_address(held);
+        else if constexpr (requires { static_cast<const ServiceInterface*>(&*held); })
+            services = &*held;
     }
     AnyDependencies(const AnyDependencies&) = delete; // `services` points into `value`
     AnyDependencies& operator=(const AnyDependencies&) = delete;

@@ -1,0 +1,69 @@
+#include "TestServer.h"
+
+#include <LumoKit/Platform/Foundation/FatalError.h>
+
+#include <libsoup/soup.h>
+
+namespace LumoKit::Test {
+
+struct TestServer::Native {
+    SoupServer* server = soup_server_new(nullptr, nullptr);
+    std::map<std::string, Answer> answers;
+    std::vector<std::string> requests;
+    std::string origin;
+
+    static void handle(SoupServer*, SoupServerMessage* message, const char* path, GHashTable*, gpointer data) noexcept
+    {
+        auto* self = static_cast<Native*>(data);
+        self->requests.emplace_back(path);
+        const auto found = self->answers.find(path);
+        if (found == self->answers.end())
+            return soup_server_message_set_status(message, 404, nullptr);
+        const Answer& answer = found->second;
+        soup_server_message_set_status(message, static_cast<guint>(answer.status), nullptr);
+        for (const auto& [name, value] : answer.headers)
+            soup_message_headers_replace(
+                soup_server_message_get_response_headers(message), name.c_str(), value.c_str());
+        soup_server_message_set_response(
+            message, answer.type.c_str(), SOUP_MEMORY_COPY, answer.body.data(), answer.body.size());
+    }
+};
+
+TestServer::TestServer()
+    : native(std::make_unique<Native>())
+{
+    if (!soup_server_listen_local(native->server, 0, SOUP_SERVER_LISTEN_IPV4_ONLY, nullptr))
+        fatalError("the test server cannot listen");
+    soup_server_add_handler(native->server, nullptr, &Native::handle, native.get(), nullptr);
+    GSList* addresses = soup_server_get_uris(native->server);
+    native->origin = "http://127.0.0.1:" + std::to_string(g_uri_get_port(static_cast<GUri*>(addresses->data)));
+    g_slist_free_full(addresses, [](gpointer address) { g_uri_unref(static_cast<GUri*>(address)); });
+}
+
+TestServer::~TestServer()
+{
+    soup_server_disconnect(native->server);
+    g_object_unref(native->server);
+}
+
+std::string TestServer::origin() const
+{
+    return native->origin;
+}
+
+void TestServer::serve(const std::string& path, Answer answer)
+{
+    native->answers[path] = std::move(answer);
+}
+
+const std::vector<std::string>& TestServer::requests() const
+{
+    return native->requests;
+}
+
+std::string refusedOrigin()
+{
+    return TestServer().origin(); // a moment ago somebody listened
+}
+
+} // namespace LumoKit::Test

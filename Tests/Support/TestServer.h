@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace LumoKit::Test {
+
+/// A web server on a free port of this machine, answering from the main loop.
+class TestServer {
+public:
+    struct Answer {
+        int status = 200;
+        std::string type = "text/html; charset=utf-8";
+        std::string body;
+        std::map<std::string, std::string> headers;
+    };
+
+    TestServer();
+    ~TestServer();
+    TestServer(const TestServer&) = delete;
+    TestServer& operator=(const TestServer&) = delete;
+
+    /// "http://127.0.0.1:port"
+    [[nodiscard]] std::string origin() const;
+
+    void serve(const std::string& path, Answer answer);
+    void serveHTML(const std::string& path, const std::string& html) { serve(path, {.body = html}); }
+    void redirect(const std::string& path, const std::string& to)
+    {
+        serve(path, {.status = 302, .headers = {{"Location", to}}});
+    }
+
+    /// The paths that were asked for, in their order.
+    [[nodiscard]] const std::vector<std::string>& requests() const;
+
+private:
+    struct Native;
+    std::unique_ptr<Native> native;
+};
+
+/// The origin of a port of this machine on which nobody listens: connections to it are refused.
+[[nodiscard]] std::string refusedOrigin();
+
+} // namespace LumoKit::Test
