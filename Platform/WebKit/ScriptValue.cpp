@@ -1,5 +1,6 @@
 #include "ScriptValue.h"
 
+#include <LumoKit/Platform/Foundation/JSON.h>
 #include <LumoKit/Platform/Native/Handles.h>
 
 #include <unicode/ustring.h>
@@ -8,7 +9,9 @@
 #include <cmath>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace LumoKit::detail {
@@ -59,6 +62,85 @@ std::string textOf(JSStringRef script)
         text.shrink_to_fit();
     }
     return utf16Length(text) == units ? text : textWithReplacements(script);
+}
+
+/// A function of the script context that gives the JSON text of a value, or nothing where JSON would lose or change something:
+/// a date, a number that is not finite or has no exact integer, a hole, bytes, a cycle, a tangle. It runs where pages' code
+/// never does.
+constexpr const char* encoderSource = R"((() => {
+    const {getPrototypeOf, prototype} = Object, {isArray} = Array, {stringify} = JSON, exact = 2 ** 53;
+    let values, units;
+    function isPlain(value, depth) {
+        switch (typeof value) {
+        case 'string':
+            return (units -= value.length) >= 0;
+        case 'boolean':
+            return true;
+        case 'number':
+            return value % 1 ? true : value <= exact && value >= -exact && (value !== 0 || 1 / value > 0);
+        case 'object':
+            break;
+        default:
+            return false;
+        }
+        if (value === null)
+            return true;
+        if (depth === 0)
+            return false;
+        if (isArray(value)) {
+            if ((values -= value.length) < 0)
+                return false;
+            for (let index = 0; index < value.length; ++index)
+                if (!isPlain(value[index], depth - 1))
+                    return false;
+            return true;
+        }
+        if (getPrototypeOf(value) !== prototype)
+            return false;
+        for (const name in value) {
+            units -= name.length;
+            if (--values < 0 || !isPlain(value[name], depth - 1))
+                return false;
+        }
+        return true;
+    }
+    return (value, depth) => {
+        values = 1e6;
+        units = 1 << 26;
+        return isPlain(value, depth) ? stringify(value) : undefined;
+    };
+})())";
+
+/// The engine keeps one context for what comes out of pages, and makes a new one after a while: the function is kept in the
+/// context itself.
+JSObjectRef encoderOf(JSContextRef context)
+{
+    static const ScriptString name(JSStringCreateWithUTF8CString("lumokit encoder"));
+    JSObjectRef global = JSContextGetGlobalObject(context);
+    JSValueRef encoder = JSObjectGetProperty(context, global, name.get(), nullptr);
+    if (!encoder || !JSValueIsObject(context, encoder)) {
+        const ScriptString source(JSStringCreateWithUTF8CString(encoderSource));
+        encoder = JSEvaluateScript(context, source.get(), nullptr, nullptr, 1, nullptr);
+        if (!encoder)
+            return nullptr;
+        JSObjectSetProperty(context, global, name.get(), encoder, kJSPropertyAttributeDontEnum, nullptr);
+    }
+    return const_cast<JSObjectRef>(encoder);
+}
+
+/// The short way for what most messages are: one call into the engine for the whole value, where reading it piece by piece
+/// takes a call, and the engine's lock, for every piece of it.
+std::optional<Value> plainValue(JSContextRef context, JSValueRef script)
+{
+    JSObjectRef encoder = encoderOf(context);
+    if (!encoder)
+        return std::nullopt;
+    const JSValueRef arguments[] = {script, JSValueMakeNumber(context, Value::maximumDepth)};
+    const JSValueRef json = JSObjectCallAsFunction(context, encoder, nullptr, 2, arguments, nullptr);
+    if (!json || !JSValueIsString(context, json))
+        return std::nullopt;
+    const ScriptString text(JSValueToStringCopy(context, json, nullptr));
+    return text ? readJSON(textOf(text.get())) : std::nullopt;
 }
 
 /// Walks a value that came out of a page. The engine hands over a copy without getters or proxies, so that reading it runs
@@ -156,6 +238,9 @@ private:
 
 Value valueFromScript(JSContextRef context, JSValueRef script)
 {
+    if (JSValueIsObject(context, script) && !JSValueIsDate(context, script))
+        if (auto value = plainValue(context, script))
+            return std::move(*value);
     return Reader(context).read(script);
 }
 

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <LumoKit/WebView/WebViewMessageHandler.h>
+
+#include <memory>
+#include <vector>
+
+namespace LumoSuite {
+
+/// A conversation as its page tells of it.
+struct Conversation {
+    std::string id;
+    std::string subject;
+    std::string from;
+};
+
+/// What the page's messages lead to; the application implements it.
+class HasInbox : public LumoKit::ServiceInterface {
+public:
+    virtual void inboxReady(std::int64_t conversations) const = 0;
+    virtual void unreadCountChanged(std::int64_t count) const = 0;
+    virtual void conversationOpened(const Conversation& conversation) const = 0;
+    virtual void conversationDone(const std::string& id, bool done) const = 0;
+    virtual void pagePainted() const = 0;
+    virtual void pageFailed(const std::string& message, const std::string& source, std::int64_t line) const = 0;
+};
+
+/// One handler for each message of the page. A message whose body is not as agreed is dropped: the page is not trusted.
+[[nodiscard]] std::vector<std::shared_ptr<LumoKit::AnyScriptMessageHandler>> makeInboxHandlers();
+
+} // namespace LumoSuite

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "Handlers.h"
+#include "Support/ServiceProcess.h"
+
+#include <LumoKit/Platform/ApplicationKit/NSApplication.h>
+#include <LumoKit/Platform/ApplicationKit/NSButton.h>
+#include <LumoKit/Platform/ApplicationKit/NSWindow.h>
+#include <LumoKit/WebView/ProxyWebView.h>
+#include <LumoKit/WebView/WebViewJavascriptExecutor.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace LumoSuite {
+
+/// Lumo for Inbox: a window with the inbox's page and a native control for it.
+///
+/// Thread: the main thread.
+class InboxApplication : public LumoKit::NSApplicationDelegate,
+                         public LumoKit::NSWindowDelegate,
+                         public HasInbox,
+                         public std::enable_shared_from_this<InboxApplication> {
+public:
+    /// Shows `page`, or the inbox of the suite's service where there is none. `report` is told what happens, a line each.
+    InboxApplication(std::optional<LumoKit::URL> page, std::function<void(const std::string&)> report);
+
+    /// Puts the window on the screen and starts loading.
+    void start();
+
+    /// Marks the open conversation done, as the native control does.
+    void markDone();
+
+    [[nodiscard]] const std::shared_ptr<LumoKit::NSWindow>& window() const { return mainWindow; }
+    [[nodiscard]] const std::shared_ptr<LumoKit::NSButton>& doneButton() const { return button; }
+    [[nodiscard]] LumoKit::WebViewJavascriptExecutor& executor() { return *scripts; }
+
+private:
+    bool applicationShouldTerminateAfterLastWindowClosed() override { return true; }
+
+    void windowWillClose(LumoKit::NSWindow&) override { report("window closed"); }
+
+    void inboxReady(std::int64_t conversations) const override;
+    void unreadCountChanged(std::int64_t count) const override;
+    void conversationOpened(const Conversation& conversation) const override;
+    void conversationDone(const std::string& id, bool done) const override;
+    void pagePainted() const override { report("page painted"); }
+    void pageFailed(const std::string& message, const std::string& source, std::int64_t line) const override;
+
+    void navigated(LumoKit::ProxyWebView::NavigationType type, const LumoKit::URL& url) const;
+    void showOffline(const LumoKit::Error& error);
+    void setTitle(const std::string& title) const;
+
+    const std::optional<LumoKit::URL> page;
+    const std::function<void(const std::string&)> report;
+    std::unique_ptr<ServiceProcess> service;
+    std::shared_ptr<LumoKit::NSWindow> mainWindow;
+    std::shared_ptr<LumoKit::NSButton> button;
+    std::shared_ptr<LumoKit::ProxyWebView> view;
+    std::unique_ptr<LumoKit::WebViewJavascriptExecutor> scripts;
+    LumoKit::KeyValueObservation titleObservation;
+};
+
+} // namespace LumoSuite

@@ -1,0 +1,87 @@
+#include "InboxTour.h"
+
+#include "Support/Screenshot.h"
+
+namespace LumoSuite {
+
+using namespace LumoKit;
+
+namespace {
+
+std::function<void()> run(const std::weak_ptr<InboxApplication>& application, const char* js)
+{
+    return [application, js] {
+        if (const auto alive = application.lock())
+            alive->executor().execute(js);
+    };
+}
+
+/// Two frames after it is asked for, what the page shows is on its way to the screen.
+Tour::Step awaitPainting(const std::weak_ptr<InboxApplication>& application)
+{
+    return {"the page is painted",
+        run(application,
+            "requestAnimationFrame(() => requestAnimationFrame(() => webkit.messageHandlers.painted.postMessage(null)));"
+            "undefined"),
+        "page painted"};
+}
+
+Tour::Step savePicture(const std::weak_ptr<InboxApplication>& application, const std::filesystem::path& picture,
+    const std::function<void(const std::string&)>& report)
+{
+    const auto act = [application, picture, report] {
+        if (const auto alive = application.lock())
+            saveScreenshot(alive->window(), picture,
+                [report, picture](bool saved) { report((saved ? "picture saved: " : "no picture: ") + picture.string()); });
+    };
+    return {"the picture is saved", act, "picture saved"};
+}
+
+Tour::Step closeWindow(const std::weak_ptr<InboxApplication>& application)
+{
+    const auto act = [application] {
+        if (const auto alive = application.lock())
+            alive->window()->performClose();
+    };
+    return {"the window closes", act, "window closed"};
+}
+
+} // namespace
+
+std::vector<Tour::Step> inboxTour(const std::weak_ptr<InboxApplication>& application,
+    const std::filesystem::path& picture, const std::function<void(const std::string&)>& report)
+{
+    const auto click = [application] {
+        if (const auto alive = application.lock())
+            alive->doneButton()->performClick();
+    };
+    return {
+        {"the service listens", {}, "service: listening"},
+        {"the load starts", {}, "navigation start: /"},
+        {"the server redirects once", {}, "navigation redirect: /start"},
+        {"and once more", {}, "navigation redirect: /inbox"},
+        {"the page has loaded", {}, "navigation finish: /inbox"},
+        {"the page tells that it is ready", {}, "page ready"},
+        {"the window's title tells what is unread", {}, "window title: "},
+        {"a script opens a conversation", run(application, "LumoInbox.open()"), "conversation opened"},
+        awaitPainting(application),
+        savePicture(application, picture, report),
+        {"the native button marks it done", click, "conversation done"},
+        {"an error of the page reaches the host", run(application, "setTimeout(() => { throw new Error('on purpose') }); undefined"), "page error: "},
+        closeWindow(application),
+    };
+}
+
+std::vector<Tour::Step> pageTour(const std::weak_ptr<InboxApplication>& application,
+    const std::filesystem::path& picture, const std::function<void(const std::string&)>& report)
+{
+    return {
+        {"the load starts", {}, "navigation start"},
+        {"the page has loaded", {}, "navigation finish"},
+        awaitPainting(application),
+        savePicture(application, picture, report),
+        closeWindow(application),
+    };
+}
+
+} // namespace LumoSuite
