@@ -66,7 +66,8 @@ struct Side {
         expect(count);
         const std::string script = "post('" + std::string(kind) + "', " + std::to_string(count) + ")";
         const double seconds = secondsOf([&] {
-            webkit_web_view_evaluate_javascript(view, script.c_str(), -1, nullptr, nullptr, nullptr, nullptr, nullptr);
+            webkit_web_view_evaluate_javascript(
+                view, script.c_str(), -1, nullptr, nullptr, nullptr, nullptr, nullptr);
             runUntil(done);
         });
         return seconds * 1e6 / static_cast<double>(count);
@@ -89,9 +90,9 @@ struct KitSide : Side {
         const auto configuration = std::make_shared<WKWebViewConfiguration>();
         configuration->setProcessPool(std::make_shared<WKProcessPool>());
         std::make_shared<WebViewMessageHandler<Side*>>(
-            this, std::vector<std::shared_ptr<AnyScriptMessageHandler>> {std::make_shared<Counting>()})
+            this, std::vector<std::shared_ptr<AnyScriptMessageHandler>>{std::make_shared<Counting>()})
             ->registerHandlers(*configuration);
-        webView = std::make_shared<WKWebView>(CGRect {{}, {800, 600}}, configuration);
+        webView = std::make_shared<WKWebView>(CGRect{{}, {800, 600}}, configuration);
         view = webKitWebView(*webView);
         load();
     }
@@ -135,8 +136,9 @@ BareSide& bare()
 
 Row messageRow(const char* name, const char* kind, std::size_t count, double goal, bool takesText = false)
 {
-    return {"bridge/" + std::string(name), "µs", takesText ? "bare handler that takes the text" : "bare handler that counts",
-        goal, 25, [=] { return kit().post(kind, count); },
+    return {"bridge/" + std::string(name), "µs",
+        takesText ? "bare handler that takes the text" : "bare handler that counts", goal, 25,
+        [=] { return kit().post(kind, count); },
         [=] {
             bare().takesText = takesText;
             return bare().post(kind, count);
@@ -170,9 +172,11 @@ double executeOnEngine()
     };
     return secondsOf([&] {
         for (std::size_t index = 0; index < evaluations; ++index)
-            webkit_web_view_evaluate_javascript(bare().view, "undefined", -1, nullptr, nullptr, nullptr, finish, nullptr);
+            webkit_web_view_evaluate_javascript(
+                bare().view, "undefined", -1, nullptr, nullptr, nullptr, finish, nullptr);
         bool ended = false;
-        webkit_web_view_evaluate_javascript(bare().view, "undefined", -1, nullptr, nullptr, nullptr, finish, &ended);
+        webkit_web_view_evaluate_javascript(
+            bare().view, "undefined", -1, nullptr, nullptr, nullptr, finish, &ended);
         runUntil(ended);
     }) * 1e6
         / evaluations;
@@ -190,7 +194,7 @@ double firstMessage(const std::shared_ptr<WKProcessPool>& pool, std::shared_ptr<
         const auto configuration = std::make_shared<WKWebViewConfiguration>();
         configuration->setProcessPool(pool);
         configuration->userContentController()->add(waiting, "bench");
-        view = std::make_shared<WKWebView>(CGRect {{}, {800, 600}}, configuration);
+        view = std::make_shared<WKWebView>(CGRect{{}, {800, 600}}, configuration);
         view->loadHTMLString(page, URL::parse("https://bench.example/"));
         runUntil(waiting->done);
     }) * 1e3;

@@ -31,7 +31,7 @@ Outcome measure(const Row& row)
             ours.push_back(row.ours());
         }
     }
-    Outcome outcome {row.name, row.unit, median(ours), median(peer), row.peerName, 0, row.goal, false};
+    Outcome outcome{row.name, row.unit, median(ours), median(peer), row.peerName, 0, row.goal, false};
     outcome.ratio = outcome.ours / outcome.peer;
     outcome.holds = outcome.ratio <= outcome.goal;
     return outcome;

@@ -34,7 +34,8 @@ struct Outcome {
     bool holds = false;
 };
 
-/// Measures a row: a round of each that does not count, then all rounds, of which every second one starts with the peer.
+/// Measures a row: a round of each that does not count, then all rounds, of which every second one starts
+/// with the peer.
 [[nodiscard]] Outcome measure(const Row& row);
 
 /// Seconds that `work` takes.

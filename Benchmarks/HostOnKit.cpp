@@ -1,10 +1,11 @@
-// A minimal host on the kit: it writes a byte at its page's first message, and ends when its standard input closes.
+// A minimal host on the kit: it writes a byte at its page's first message, and ends when its standard input
+// closes.
 
 #include <LumoKit/Platform/ApplicationKit/NSApplication.h>
 #include <LumoKit/Platform/ApplicationKit/NSWindow.h>
 #include <LumoKit/Platform/Dispatch/DispatchQueue.h>
-#include <LumoKit/WebView/WebViewMessageHandler.h>
 #include <LumoKit/Platform/WebKit/WKWebView.h>
+#include <LumoKit/WebView/WebViewMessageHandler.h>
 
 #include <unistd.h>
 
@@ -31,7 +32,7 @@ int main()
     const auto window = NSWindow::create({{}, {800, 600}});
     const auto configuration = std::make_shared<WKWebViewConfiguration>();
     std::make_shared<WebViewMessageHandler<Nothing>>(
-        Nothing(), std::vector<std::shared_ptr<AnyScriptMessageHandler>> {std::make_shared<ReadyHandler>()})
+        Nothing(), std::vector<std::shared_ptr<AnyScriptMessageHandler>>{std::make_shared<ReadyHandler>()})
         ->registerHandlers(*configuration);
     const auto view = std::make_shared<WKWebView>(window->contentView()->bounds(), configuration);
     view->setAutoresizing(NSAutoresizing::sizable());

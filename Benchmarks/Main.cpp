@@ -1,4 +1,5 @@
-// lumokit-bench [--json FILE] [REGEX]: measures the rows whose names match, prints a table, and writes the rows to FILE.
+// lumokit-bench [--json FILE] [REGEX]: measures the rows whose names match, prints a table, and writes the
+// rows to FILE.
 
 #include "Compare.h"
 
@@ -23,14 +24,15 @@ int main(int count, char** arguments)
     }
     const std::regex wanted(pattern);
     nlohmann::json results = nlohmann::json::array();
-    std::printf("%-28s %12s %12s %-5s %7s %7s  %-5s %s\n", "row", "ours", "peer", "unit", "ratio", "goal", "", "peer");
+    std::printf("%-28s %12s %12s %-5s %7s %7s  %-5s %s\n", "row", "ours", "peer", "unit", "ratio", "goal", "",
+        "peer");
     for (const auto& rows : {bridgeRows(), mainQueueRows(), startRows()}) {
         for (const Row& row : rows) {
             if (!std::regex_search(row.name, wanted))
                 continue;
             const Outcome result = measure(row);
-            std::printf("%-28s %12.3f %12.3f %-5s %7.3f %7.3f  %-5s %s\n", result.name.c_str(), result.ours, result.peer,
-                result.unit.c_str(), result.ratio, result.goal, result.holds ? "holds" : "FAILS",
+            std::printf("%-28s %12.3f %12.3f %-5s %7.3f %7.3f  %-5s %s\n", result.name.c_str(), result.ours,
+                result.peer, result.unit.c_str(), result.ratio, result.goal, result.holds ? "holds" : "FAILS",
                 result.peerName.c_str());
             std::fflush(stdout);
             results.push_back({{"name", result.name}, {"unit", result.unit}, {"ours", result.ours},

@@ -93,8 +93,8 @@ double sourceLatency()
 std::vector<Row> mainQueueRows()
 {
     return {
-        {"bridge/main-queue-post", "ns", "an idle source an item", 0.2, 25, [] { return throughput(postToQueue); },
-            [] { return throughput(postAsSource); }},
+        {"bridge/main-queue-post", "ns", "an idle source an item", 0.2, 25,
+            [] { return throughput(postToQueue); }, [] { return throughput(postAsSource); }},
         {"bridge/main-queue-latency", "µs", "an idle source an item", 1.0, 25, queueLatency, sourceLatency},
     };
 }

@@ -32,8 +32,8 @@ public:
     explicit Host(const char* program)
     {
         const std::string path = fs::read_symlink("/proc/self/exe").parent_path() / program;
-        std::array<int, 2> in {};
-        std::array<int, 2> out {};
+        std::array<int, 2> in{};
+        std::array<int, 2> out{};
         if (::pipe2(in.data(), O_CLOEXEC) || ::pipe2(out.data(), O_CLOEXEC))
             std::abort();
         posix_spawn_file_actions_t actions;
@@ -102,12 +102,14 @@ std::vector<pid_t> treeOf(pid_t root)
     return tree;
 }
 
-/// Megabytes of a host and the engine's processes: each page counted by the share that each process has of it.
+/// Megabytes of a host and the engine's processes: each page counted by the share that each process has of
+/// it.
 double megabytesOf(const char* program)
 {
     const Host host(program);
     host.waitForMessage();
-    std::this_thread::sleep_for(std::chrono::milliseconds(700)); // until the engine has finished what comes after a load
+    std::this_thread::sleep_for(
+        std::chrono::milliseconds(700)); // until the engine has finished what comes after a load
     double kilobytes = 0;
     for (const pid_t process : treeOf(host.process)) {
         std::ifstream rollup("/proc/" + std::to_string(process) + "/smaps_rollup");

@@ -41,7 +41,7 @@ int main()
     const auto configuration = std::make_shared<WKWebViewConfiguration>();
     configuration->setURLSchemeHandler(std::make_shared<BundleResources>(Bundle::main()), "minimal");
     std::make_shared<WebViewMessageHandler<Dependencies>>(
-        window, std::vector<std::shared_ptr<AnyScriptMessageHandler>> {std::make_shared<GreetingHandler>()})
+        window, std::vector<std::shared_ptr<AnyScriptMessageHandler>>{std::make_shared<GreetingHandler>()})
         ->registerHandlers(*configuration);
 
     const auto view = std::make_shared<WKWebView>(window->contentView()->bounds(), configuration);

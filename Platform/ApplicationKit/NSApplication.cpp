@@ -44,8 +44,8 @@ void NSApplication::Native::closed(const NSWindow& window)
 NSApplication& NSApplication::shared()
 {
     // Never destroyed: windows and views that live in statics of a host may still refer to it.
-    static const auto& application = *new std::shared_ptr<NSApplication>(
-        new NSApplication, [](NSApplication*) { /* see above */ });
+    static const auto& application =
+        *new std::shared_ptr<NSApplication>(new NSApplication, [](NSApplication*) { /* see above */ });
     return *application;
 }
 
@@ -53,7 +53,8 @@ NSApplication::NSApplication()
     : native(std::make_unique<Native>())
 {
     assertMainThread();
-    // Desktops match a window to its application by these names; the engine names its folders after the first.
+    // Desktops match a window to its application by these names; the engine names its folders after the
+    // first.
     if (const auto identifier = Bundle::main().bundleIdentifier()) {
         g_set_prgname(identifier->c_str());
         gdk_set_program_class(identifier->c_str());
@@ -73,7 +74,8 @@ void NSApplication::run()
     if (native->loop)
         fatalError("the application runs already");
     native->terminating = false;
-    const std::unique_ptr<GMainLoop, detail::FreedBy<g_main_loop_unref>> loop(g_main_loop_new(nullptr, FALSE));
+    const std::unique_ptr<GMainLoop, detail::FreedBy<g_main_loop_unref>> loop(
+        g_main_loop_new(nullptr, FALSE));
     native->loop = loop.get();
     std::vector<detail::Source> signals;
     for (const int number : {SIGTERM, SIGINT}) {

@@ -33,7 +33,8 @@ public:
     /// Errors: stops the process when there is no display.
     [[nodiscard]] static NSApplication& shared();
 
-    /// Runs the main loop until `terminate`. SIGTERM and SIGINT ask the application to end, as `terminate` does.
+    /// Runs the main loop until `terminate`. SIGTERM and SIGINT ask the application to end, as `terminate`
+    /// does.
     void run();
 
     /// Ends `run`, unless the delegate objects. The rest of the current turn still runs.

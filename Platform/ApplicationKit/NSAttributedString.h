@@ -34,7 +34,14 @@ struct NSParagraphStyleAttribute {
 };
 
 /// What a stretch of text can be given.
-enum class NSAttributedStringKey { font, foregroundColor, backgroundColor, paragraphStyle, underlineStyle, link };
+enum class NSAttributedStringKey {
+    font,
+    foregroundColor,
+    backgroundColor,
+    paragraphStyle,
+    underlineStyle,
+    link
+};
 
 using NSAttributeValue = std::variant<NSFont, NSColor, NSParagraphStyleAttribute, int, URL>;
 using NSAttributes = std::map<NSAttributedStringKey, NSAttributeValue>;

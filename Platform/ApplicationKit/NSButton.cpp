@@ -1,7 +1,7 @@
+#include "NSViewNative.h"
+
 #include <LumoKit/Platform/ApplicationKit/NSButton.h>
 #include <LumoKit/Platform/Native/SignalConnection.h>
-
-#include "NSViewNative.h"
 
 namespace LumoKit {
 

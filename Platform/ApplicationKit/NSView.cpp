@@ -37,8 +37,8 @@ CGRect autoresized(
 {
     const auto [x, width] = resizedExtent({frame.origin.x, frame.size.width}, newSize.width - oldSize.width,
         parts.minXMargin, parts.width, parts.maxXMargin);
-    const auto [y, height] = resizedExtent({frame.origin.y, frame.size.height}, newSize.height - oldSize.height,
-        parts.minYMargin, parts.height, parts.maxYMargin);
+    const auto [y, height] = resizedExtent({frame.origin.y, frame.size.height},
+        newSize.height - oldSize.height, parts.minYMargin, parts.height, parts.maxYMargin);
     return {{x, y}, {width, height}};
 }
 
@@ -84,20 +84,23 @@ void lumo_view_widget_class_init(LumoViewWidgetClass* type)
 
 std::unique_ptr<NSView::Native> makeContainer()
 {
-    auto native = std::make_unique<NSView::Native>(GTK_WIDGET(g_object_new(lumo_view_widget_get_type(), nullptr)));
+    auto native =
+        std::make_unique<NSView::Native>(GTK_WIDGET(g_object_new(lumo_view_widget_get_type(), nullptr)));
     reinterpret_cast<LumoViewWidget*>(native->widget.get())->view = native.get();
     native->holdsSubviews = true;
     gtk_widget_show(native->widget.get());
     return native;
 }
 
-/// Gives a child its place: GTK counts from the top left of the window, a frame from the bottom left of its superview.
+/// Gives a child its place: GTK counts from the top left of the window, a frame from the bottom left of its
+/// superview.
 void place(NSView::Native& child, const GtkAllocation& parent)
 {
     const CGRect& frame = child.frame;
     int least = 0;
     int natural = 0;
-    gtk_widget_get_preferred_width(child.widget.get(), &least, &natural); // GTK wants to be asked before it is told
+    gtk_widget_get_preferred_width(
+        child.widget.get(), &least, &natural); // GTK wants to be asked before it is told
     gtk_widget_get_preferred_height(child.widget.get(), &least, &natural);
     GtkAllocation allocation;
     allocation.x = parent.x + static_cast<int>(std::lround(frame.minX()));
@@ -120,7 +123,7 @@ NSView::Native::~Native()
 
 void NSView::Native::layOut(const GtkAllocation& allocation)
 {
-    const CGSize size {double(allocation.width), double(allocation.height)};
+    const CGSize size{double(allocation.width), double(allocation.height)};
     const CGSize old = frame.size;
     frame.size = size;
     for (const auto& view : subviews) {
@@ -210,7 +213,8 @@ const std::vector<std::shared_ptr<NSView>>& NSView::subviews() const
 
 std::shared_ptr<NSView> NSView::superview() const
 {
-    return native->superview ? std::static_pointer_cast<NSView>(native->superview->shared_from_this()) : nullptr;
+    return native->superview ? std::static_pointer_cast<NSView>(native->superview->shared_from_this())
+                             : nullptr;
 }
 
 std::shared_ptr<NSWindow> NSView::window() const

@@ -10,8 +10,8 @@ namespace LumoKit {
 
 class NSWindow;
 
-/// Which parts of a view's frame follow when its superview is resized; the rest stays as it is. Several parts share the
-/// change evenly.
+/// Which parts of a view's frame follow when its superview is resized; the rest stays as it is. Several parts
+/// share the change evenly.
 struct NSAutoresizing {
     bool minXMargin = false;
     bool width = false;

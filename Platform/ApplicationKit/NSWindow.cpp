@@ -1,7 +1,6 @@
-#include "NSWindowNative.h"
-
 #include "NSApplicationNative.h"
 #include "NSViewNative.h"
+#include "NSWindowNative.h"
 
 #include <LumoKit/Platform/Dispatch/MainThread.h>
 #include <LumoKit/Platform/Foundation/NotificationCenter.h>
@@ -22,7 +21,8 @@ namespace {
 
 int points(double length)
 {
-    return static_cast<int>(std::lround(std::clamp(length, -32768.0, 32767.0))); // the range of a window system
+    return static_cast<int>(
+        std::lround(std::clamp(length, -32768.0, 32767.0))); // the range of a window system
 }
 
 /// The monitor that a window is on, or the first one.
@@ -34,7 +34,7 @@ GdkRectangle monitorOf(GtkWindow* window)
         monitor = gdk_display_get_monitor_at_window(display, surface);
     if (!monitor)
         monitor = gdk_display_get_monitor(display, 0);
-    GdkRectangle area {};
+    GdkRectangle area{};
     if (monitor)
         gdk_monitor_get_geometry(monitor, &area);
     return area;
@@ -91,13 +91,13 @@ std::shared_ptr<NSWindow> NSWindow::create(const CGRect& contentRect, StyleMask 
 
     using detail::SignalConnection;
     NSWindow* self = window.get(); // the connections go with the window
-    native.connections.push_back(
-        SignalConnection::connect<gboolean(GtkWidget*, GdkEvent*)>(widget, "delete-event", [self](auto*, auto*) {
+    native.connections.push_back(SignalConnection::connect<gboolean(GtkWidget*, GdkEvent*)>(
+        widget, "delete-event", [self](auto*, auto*) {
             self->performClose();
             return TRUE; // it is closed here or not at all
         }));
-    native.connections.push_back(
-        SignalConnection::connect<void(GtkWindow*, GParamSpec*)>(widget, "notify::is-active", [self](auto*, auto*) {
+    native.connections.push_back(SignalConnection::connect<void(GtkWindow*, GParamSpec*)>(
+        widget, "notify::is-active", [self](auto*, auto*) {
             const auto alive = self->shared_from_this();
             const bool key = gtk_window_is_active(self->native->window.get());
             if (std::exchange(self->native->key, key) == key)
@@ -115,7 +115,7 @@ std::shared_ptr<NSWindow> NSWindow::create(const CGRect& contentRect, StyleMask 
         }));
     native.connections.push_back(SignalConnection::connect<void(GtkWidget*, GdkRectangle*)>(
         widget, "size-allocate", [self, last = CGSize()](auto*, GdkRectangle* area) mutable {
-            const CGSize size {double(area->width), double(area->height)};
+            const CGSize size{double(area->width), double(area->height)};
             if (std::exchange(last, size) == size)
                 return;
             const auto alive = self->shared_from_this();
@@ -124,7 +124,7 @@ std::shared_ptr<NSWindow> NSWindow::create(const CGRect& contentRect, StyleMask 
             NotificationCenter::defaultCenter().post({didResizeNotification, alive, {}});
         }));
 
-    window->setContentView(std::make_shared<NSView>(CGRect {{}, contentRect.size}));
+    window->setContentView(std::make_shared<NSView>(CGRect{{}, contentRect.size}));
     window->setFrame(contentRect);
     known.add(window);
     return window;
@@ -199,12 +199,13 @@ void NSWindow::setFrame(const CGRect& frame)
     gtk_window_set_default_size(window, width, height);
     if (isVisible())
         gtk_window_resize(window, width, height);
-    gtk_window_move(window, points(frame.origin.x), monitorOf(window).height - (points(frame.origin.y) + height));
+    gtk_window_move(
+        window, points(frame.origin.x), monitorOf(window).height - (points(frame.origin.y) + height));
 }
 
 void NSWindow::setMinSize(const CGSize& size)
 {
-    GdkGeometry limits {};
+    GdkGeometry limits{};
     limits.min_width = points(size.width);
     limits.min_height = points(size.height);
     gtk_window_set_geometry_hints(native->window.get(), nullptr, &limits, GDK_HINT_MIN_SIZE);
@@ -226,12 +227,14 @@ void NSWindow::setBackgroundColor(const NSColor& color)
         gtk_style_context_add_provider(gtk_widget_get_style_context(GTK_WIDGET(native->window.get())),
             GTK_STYLE_PROVIDER(native->background.get()), GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
     }
-    const auto byte = [](double component) { return static_cast<int>(std::lround(std::clamp(component, 0.0, 1.0) * 255)); };
+    const auto byte = [](double component) {
+        return static_cast<int>(std::lround(std::clamp(component, 0.0, 1.0) * 255));
+    };
     char alpha[G_ASCII_DTOSTR_BUF_SIZE]; // CSS wants a full stop, whatever the user's language
     g_ascii_formatd(alpha, sizeof alpha, "%.4f", std::clamp(color.alphaComponent, 0.0, 1.0));
     char style[128];
-    std::snprintf(style, sizeof style, "window { background: rgba(%d, %d, %d, %s); }", byte(color.redComponent),
-        byte(color.greenComponent), byte(color.blueComponent), alpha);
+    std::snprintf(style, sizeof style, "window { background: rgba(%d, %d, %d, %s); }",
+        byte(color.redComponent), byte(color.greenComponent), byte(color.blueComponent), alpha);
     gtk_css_provider_load_from_data(native->background.get(), style, -1, nullptr);
 }
 

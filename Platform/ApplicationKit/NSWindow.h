@@ -30,8 +30,9 @@ public:
 ///
 /// Ownership: the application keeps a window while it is on screen; closing lets go of it.
 /// Thread: the main thread.
-/// Posts `willCloseNotification`, `didBecomeKeyNotification`, `didResignKeyNotification` and `didResizeNotification` to
-/// the default notification centre, with itself as the object. Observable: "title".
+/// Posts `willCloseNotification`, `didBecomeKeyNotification`, `didResignKeyNotification` and
+/// `didResizeNotification` to the default notification centre, with itself as the object. Observable:
+/// "title".
 class NSWindow : public NSObject {
 public:
     static constexpr const char* willCloseNotification = "NSWindowWillCloseNotification";
@@ -61,8 +62,8 @@ public:
     [[nodiscard]] const std::shared_ptr<NSView>& contentView() const;
     void setContentView(const std::shared_ptr<NSView>& view);
 
-    /// Origin and size of the content. Where the desktop does not tell positions (Wayland), the origin is that of the
-    /// last `setFrame`.
+    /// Origin and size of the content. Where the desktop does not tell positions (Wayland), the origin is
+    /// that of the last `setFrame`.
     [[nodiscard]] CGRect frame() const;
     /// Moves and resizes; where the desktop does not let windows move themselves, only resizes.
     void setFrame(const CGRect& frame);

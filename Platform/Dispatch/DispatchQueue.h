@@ -8,14 +8,14 @@
 
 namespace LumoKit {
 
-/// How urgent a queue's work is. The two lower classes run with a lowered scheduling priority; an unprivileged process
-/// cannot raise one, so that the others run alike.
+/// How urgent a queue's work is. The two lower classes run with a lowered scheduling priority; an
+/// unprivileged process cannot raise one, so that the others run alike.
 enum class DispatchQoS { unspecified, background, utility, normal, userInitiated, userInteractive };
 
 /// Runs pieces of work one at a time, in the order in which they came.
 ///
-/// Work that throws ends the process. Work that was queued runs even if the last reference to its queue is gone by
-/// then. Queues are shared objects.
+/// Work that throws ends the process. Work that was queued runs even if the last reference to its queue is
+/// gone by then. Queues are shared objects.
 ///
 /// Thread: every operation may be called on any thread.
 class DispatchQueue : public std::enable_shared_from_this<DispatchQueue> {
@@ -24,8 +24,9 @@ public:
 
     /// The queue whose work runs on the main thread, while a main loop runs there.
     ///
-    /// A turn of the main loop takes the work that was there when the turn began, and no more than a few milliseconds
-    /// of it, so that input and drawing always get their turn. A nested loop goes on with the same queue.
+    /// A turn of the main loop takes the work that was there when the turn began, and no more than a few
+    /// milliseconds of it, so that input and drawing always get their turn. A nested loop goes on with the
+    /// same queue.
     [[nodiscard]] static std::shared_ptr<DispatchQueue> main();
 
     /// A private queue whose work runs on a thread of its own, which exists while there is work.

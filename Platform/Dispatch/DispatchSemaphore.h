@@ -9,8 +9,8 @@ namespace LumoKit {
 
 /// A counter that threads wait on until it is above zero.
 ///
-/// Thread: every operation may be called on any thread. The semaphore may be destroyed as soon as the last `wait`
-/// has returned.
+/// Thread: every operation may be called on any thread. The semaphore may be destroyed as soon as the last
+/// `wait` has returned.
 class DispatchSemaphore {
 public:
     /// Starts at `value`, the number of waits that return without a signal.

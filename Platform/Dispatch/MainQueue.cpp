@@ -16,8 +16,8 @@ namespace LumoKit {
 
 namespace {
 
-/// One event source drains the whole queue: posting wakes the loop through an eventfd, and only the first post since
-/// the last drain pays for the wake-up.
+/// One event source drains the whole queue: posting wakes the loop through an eventfd, and only the first
+/// post since the last drain pays for the wake-up.
 class MainQueue final : public DispatchQueue {
 public:
     MainQueue()
@@ -110,8 +110,8 @@ private:
         }
         if (!turn.empty())
             wake();
-        // Work that follows work at once steps behind input and takes turns with drawing; else a queue that is never
-        // empty would keep windows from being painted.
+        // Work that follows work at once steps behind input and takes turns with drawing; else a queue that
+        // is never empty would keep windows from being painted.
         constexpr int priorityOfDrawing = G_PRIORITY_HIGH_IDLE + 20; // GDK_PRIORITY_REDRAW
         const int priority = more ? priorityOfDrawing : G_PRIORITY_DEFAULT;
         if (g_source_get_priority(source) != priority)
@@ -129,14 +129,11 @@ private:
         delayed->queue->async(std::move(*delayed->work));
         return G_SOURCE_REMOVE;
     }
-    static void finalizeDelayed(GSource* source) noexcept
-    {
-        delete reinterpret_cast<Delayed*>(source)->work;
-    }
+    static void finalizeDelayed(GSource* source) noexcept { delete reinterpret_cast<Delayed*>(source)->work; }
 
     static inline GSourceFuncs functions = {nullptr, nullptr, &dispatchDrain, nullptr, nullptr, nullptr};
-    static inline GSourceFuncs delayedFunctions
-        = {nullptr, nullptr, &dispatchDelayed, &finalizeDelayed, nullptr, nullptr};
+    static inline GSourceFuncs delayedFunctions = {
+        nullptr, nullptr, &dispatchDelayed, &finalizeDelayed, nullptr, nullptr};
 
     const std::string name = "main";
     const int wakeUp;

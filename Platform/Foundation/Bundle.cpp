@@ -16,7 +16,7 @@ std::optional<Value::Dictionary> readInformation(const fs::path& file)
     std::ifstream stream(file, std::ios::binary);
     if (!stream)
         return std::nullopt;
-    const std::string bytes {std::istreambuf_iterator<char>(stream), {}};
+    const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
     const auto list = readPropertyList(std::as_bytes(std::span(bytes)));
     if (!list || !list->asDictionary())
         return std::nullopt;
@@ -28,7 +28,8 @@ fs::path bundleOf(const fs::path& executable)
 {
     const fs::path folder = executable.parent_path();
     const fs::path bundle = folder.parent_path().parent_path();
-    if (folder.filename() == "Linux" && folder.parent_path().filename() == "Contents" && bundle.extension() == ".app")
+    if (folder.filename() == "Linux" && folder.parent_path().filename() == "Contents"
+        && bundle.extension() == ".app")
         return bundle;
     return folder;
 }

@@ -9,13 +9,14 @@
 
 namespace LumoKit {
 
-/// A folder that holds a program and what belongs to it: `Name.app/Contents/{Info.plist,Linux/<executable>,Resources/}`.
+/// A folder that holds a program and what belongs to it:
+/// `Name.app/Contents/{Info.plist,Linux/<executable>,Resources/}`.
 ///
 /// Thread: any; a bundle never changes once it was read.
 class Bundle {
 public:
-    /// The bundle of the running program, found from its executable and read at first use. A program outside of a bundle
-    /// has no identifier and no information; its path and resources are the executable's folder.
+    /// The bundle of the running program, found from its executable and read at first use. A program outside
+    /// of a bundle has no identifier and no information; its path and resources are the executable's folder.
     [[nodiscard]] static const Bundle& main();
 
     /// Reads the bundle at a path, whether or not there is one.
@@ -32,8 +33,8 @@ public:
     /// One entry of `Info.plist`; null if there is none.
     [[nodiscard]] Value object(std::string_view forInfoDictionaryKey) const;
 
-    /// The file `name.type` among the resources (`name` alone where the type is empty); nothing if it does not exist or
-    /// lies outside of them.
+    /// The file `name.type` among the resources (`name` alone where the type is empty); nothing if it does
+    /// not exist or lies outside of them.
     [[nodiscard]] std::optional<std::filesystem::path> path(
         std::string_view forResource, std::string_view ofType) const;
 

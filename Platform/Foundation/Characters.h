@@ -6,8 +6,8 @@
 
 namespace LumoKit {
 
-/// The first `count` characters of a text, as its reader would count them: a letter with its accents, a joined emoji and
-/// a carriage return with its line feed are one each.
+/// The first `count` characters of a text, as its reader would count them: a letter with its accents, a
+/// joined emoji and a carriage return with its line feed are one each.
 ///
 /// Bytes that are no UTF-8 count as one character each or a few together, and are kept.
 /// Errors: nothing when the text has fewer.

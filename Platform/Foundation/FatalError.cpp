@@ -8,7 +8,8 @@ namespace LumoKit {
 
 void fatalError(std::string_view message, std::source_location where)
 {
-    std::string line = std::string(where.file_name()) + ":" + std::to_string(where.line()) + ": Fatal error: ";
+    std::string line =
+        std::string(where.file_name()) + ":" + std::to_string(where.line()) + ": Fatal error: ";
     line.append(message).append("\n");
     std::fwrite(line.data(), 1, line.size(), stderr); // whole, so that lines of several threads do not mix
     std::fflush(stderr);

@@ -5,8 +5,8 @@
 
 namespace LumoKit {
 
-/// Units of everything here: points, which are the desktop's logical pixels. The origin of a window, a view or the
-/// screen is at its bottom left, and y grows upwards.
+/// Units of everything here: points, which are the desktop's logical pixels. The origin of a window, a view
+/// or the screen is at its bottom left, and y grows upwards.
 struct CGPoint {
     double x = 0;
     double y = 0;
@@ -21,8 +21,8 @@ struct CGSize {
     bool operator==(const CGSize&) const = default;
 };
 
-/// A rectangle. A negative size reaches from the origin to the left or down; the operations below read it as the
-/// rectangle that it covers.
+/// A rectangle. A negative size reaches from the origin to the left or down; the operations below read it as
+/// the rectangle that it covers.
 struct CGRect {
     CGPoint origin;
     CGSize size;

@@ -58,7 +58,8 @@ std::optional<Value> readJSON(std::string_view text)
     }
     dom::element root;
     std::optional<Value> value;
-    if (!parser->parse(text.data(), text.size()).get(root)) // copies what the library reads beyond the text's end
+    if (!parser->parse(text.data(), text.size())
+            .get(root)) // copies what the library reads beyond the text's end
         value = valueOf(root);
     if (parser->capacity() > keptRoom)
         parser.reset();

@@ -97,7 +97,7 @@ void NSObject::willChangeValue(std::string_view forKey)
 {
     if (!isObserved(*extras, forKey))
         return;
-    Announced begun {std::string(forKey), value(forKey)}; // without the lock: the class reads its own state
+    Announced begun{std::string(forKey), value(forKey)}; // without the lock: the class reads its own state
     const std::lock_guard lock(extras->mutex);
     extras->announced.push_back(std::move(begun));
 }
@@ -126,7 +126,7 @@ void NSObject::didChangeValue(std::string_view forKey, Value oldValue)
     }
     if (notified.empty())
         return;
-    const KeyValueChange change {std::string(forKey), std::move(oldValue), value(forKey)};
+    const KeyValueChange change{std::string(forKey), std::move(oldValue), value(forKey)};
     for (const auto& observer : notified)
         if (observer->active) // not ended by an earlier one of this round
             observer->handler(change);

@@ -40,7 +40,8 @@ private:
     std::shared_ptr<void> record;
 };
 
-/// Base of the platform's and the kit's reference objects: shared, observable, and able to carry other objects.
+/// Base of the platform's and the kit's reference objects: shared, observable, and able to carry other
+/// objects.
 ///
 /// Ownership: always held by `std::shared_ptr`.
 /// Thread: associated objects and observations may be used on any thread; what a subclass adds says its own.
@@ -51,8 +52,8 @@ public:
     NSObject(const NSObject&) = delete;
     NSObject& operator=(const NSObject&) = delete;
 
-    /// Keeps `object` under `key` for as long as this object lives, in place of what was there; an empty one removes
-    /// it. Keys are private texts of whoever attaches, such as "owner".
+    /// Keeps `object` under `key` for as long as this object lives, in place of what was there; an empty one
+    /// removes it. Keys are private texts of whoever attaches, such as "owner".
     void setAssociatedObject(std::string_view key, std::any object);
 
     /// What is kept under `key`, copied; nothing if there is none or it is of another type.
@@ -67,8 +68,8 @@ public:
     /// The current value of an observable property; null for a name that the class does not know.
     [[nodiscard]] virtual Value value(std::string_view forKey) const;
 
-    /// Calls `handler` after each announced change of the property, on the thread that announces it, with the values
-    /// before and after.
+    /// Calls `handler` after each announced change of the property, on the thread that announces it, with the
+    /// values before and after.
     KeyValueObservation observe(std::string key, std::function<void(const KeyValueChange&)> handler);
 
     /// Announces a change: the first before it, the second after it. Pairs may nest for different keys.

@@ -12,7 +12,8 @@ namespace {
 struct Registration {
     std::optional<std::string> name;
     bool anySender = true;
-    std::weak_ptr<NSObject> sender; // weak, so that a new object at an old address is not taken for the old one
+    std::weak_ptr<NSObject>
+        sender; // weak, so that a new object at an old address is not taken for the old one
     std::function<void(const Notification&)> handler;
     std::atomic<bool> active = true;
     std::function<void(Registration*)> remove;
@@ -34,7 +35,8 @@ struct NotificationCenter::State {
 
 NotificationCenter& NotificationCenter::defaultCenter()
 {
-    static auto& center = *new NotificationCenter; // never destroyed: objects that post may outlive every static
+    static auto& center =
+        *new NotificationCenter; // never destroyed: objects that post may outlive every static
     return center;
 }
 

@@ -32,9 +32,9 @@ private:
 
 /// Tells observers of named events inside the process.
 ///
-/// Thread: any. Observers are called on the thread that posts, before `post` returns, in the order in which they were
-/// added; one that is added meanwhile is not called, one that is removed meanwhile and has not been called is not
-/// either.
+/// Thread: any. Observers are called on the thread that posts, before `post` returns, in the order in which
+/// they were added; one that is added meanwhile is not called, one that is removed meanwhile and has not been
+/// called is not either.
 class NotificationCenter {
 public:
     /// The centre that the platform posts to.
@@ -45,8 +45,8 @@ public:
     NotificationCenter(const NotificationCenter&) = delete;
     NotificationCenter& operator=(const NotificationCenter&) = delete;
 
-    /// Calls `handler` for each notification with this name (any, where absent) from this sender (any, where null).
-    /// Lifetime: the centre does not keep `object`; once that is gone the handler is not called again.
+    /// Calls `handler` for each notification with this name (any, where absent) from this sender (any, where
+    /// null). Lifetime: the centre does not keep `object`; once that is gone the handler is not called again.
     NotificationObserver addObserver(std::optional<std::string> name, const std::shared_ptr<NSObject>& object,
         std::function<void(const Notification&)> handler);
 

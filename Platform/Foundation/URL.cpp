@@ -36,7 +36,8 @@ std::string_view plain(boost::core::string_view text)
 std::optional<URL> URL::parse(std::string_view text)
 {
     if (text.empty())
-        return std::nullopt; // a same-document reference to the grammar, but to nobody who asks for an address
+        return std::nullopt; // a same-document reference to the grammar, but to nobody who asks for an
+                             // address
     auto parsed = std::make_shared<Parsed>(text);
     const auto result = boost::urls::parse_uri_reference(parsed->text);
     if (!result)
@@ -48,7 +49,8 @@ std::optional<URL> URL::parse(std::string_view text)
 URL URL::fileURL(std::string_view path)
 {
     // RFC 3986, section 3.3: pchar without ":" stands for itself, and "/" separates.
-    static constexpr std::string_view kept = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~!$&'()*+,;=@/";
+    static constexpr std::string_view kept =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~!$&'()*+,;=@/";
     static constexpr char digits[] = "0123456789ABCDEF";
     std::string text = "file://";
     std::error_code ignored; // without a working directory the path stays as it is
@@ -140,7 +142,8 @@ std::string URL::lastPathComponent() const
         path.pop_back();
     if (const auto slash = path.rfind('/'); slash != path.npos && path.size() > 1)
         path.erase(0, slash + 1);
-    return decoded(*boost::urls::make_pct_string_view(path)); // a part of what was parsed: its escapes are whole
+    return decoded(
+        *boost::urls::make_pct_string_view(path)); // a part of what was parsed: its escapes are whole
 }
 
 bool URL::isFileURL() const

@@ -11,8 +11,8 @@ namespace LumoKit {
 
 /// A URL or relative reference, parsed once and never changed; copies share it.
 ///
-/// Parsing is strict: a character that the grammar does not allow, a "%" without two hexadecimal digits, any byte
-/// beyond ASCII and the empty text give nothing.
+/// Parsing is strict: a character that the grammar does not allow, a "%" without two hexadecimal digits, any
+/// byte beyond ASCII and the empty text give nothing.
 ///
 /// Thread: any.
 /// Source: RFC 3986.

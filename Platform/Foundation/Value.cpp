@@ -103,7 +103,8 @@ bool Value::operator==(const Value& other) const
 {
     if (content.index() != other.content.index())
         return false;
-    // Shared content is equal without a look, which also keeps heavily shared trees from being walked again and again.
+    // Shared content is equal without a look, which also keeps heavily shared trees from being walked again
+    // and again.
     if (const auto* array = asArray())
         return array == other.asArray() || *array == *other.asArray();
     if (const auto* dictionary = asDictionary())
@@ -138,7 +139,7 @@ void describeDate(std::string& out, Date date)
 {
     const double seconds = std::floor(date.time_since_epoch().count());
     const auto whole = static_cast<std::time_t>(seconds);
-    std::tm parts {};
+    std::tm parts{};
     // The years 0 to 9999, which is what the form can show.
     if (!(seconds >= -62167219200.0 && seconds < 253402300800.0) || !gmtime_r(&whole, &parts))
         return describeNumber(out, date.time_since_epoch().count());
@@ -201,7 +202,8 @@ public:
     }
 
 private:
-    template <class Items, class Item> void describeAll(const Items& items, char open, char close, Item describeItem)
+    template <class Items, class Item>
+    void describeAll(const Items& items, char open, char close, Item describeItem)
     {
         out += open;
         bool first = true;

@@ -24,12 +24,13 @@ using Date = std::chrono::sys_time<std::chrono::duration<double>>;
 /// Raw bytes.
 using Data = std::vector<std::byte>;
 
-/// A value whose type is known only when the program runs: what a page sends, a property list holds, a JSON text says.
+/// A value whose type is known only when the program runs: what a page sends, a property list holds, a JSON
+/// text says.
 ///
 /// Copies are cheap: arrays and dictionaries are shared and never change once they are in a value.
 ///
-/// A boolean is never a number, and the reverse. Whole and fractional numbers are kept as they came and compare unequal,
-/// but are read as each other where nothing is lost.
+/// A boolean is never a number, and the reverse. Whole and fractional numbers are kept as they came and
+/// compare unequal, but are read as each other where nothing is lost.
 ///
 /// Thread: a value may be read on any thread while no thread assigns to it.
 class Value {
@@ -119,8 +120,8 @@ public:
     /// The value at `index`: null unless this is an array that reaches there.
     [[nodiscard]] const Value& operator[](std::size_t index) const;
 
-    /// A text for people who read logs: a text as it is, everything else as JSON would write it, as far as that goes.
-    /// Arrays and dictionaries are cut off after about a million bytes.
+    /// A text for people who read logs: a text as it is, everything else as JSON would write it, as far as
+    /// that goes. Arrays and dictionaries are cut off after about a million bytes.
     [[nodiscard]] std::string description() const;
 
     /// Equal in type and content; a number that is not a number is equal to nothing.

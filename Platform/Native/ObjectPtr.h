@@ -8,8 +8,8 @@ namespace LumoKit::detail {
 
 /// Owns one reference to a GObject.
 ///
-/// There are two doors, so that every place says what the C function promised: `adopt` for "transfer full" and for
-/// floating references, `retain` for "transfer none".
+/// There are two doors, so that every place says what the C function promised: `adopt` for "transfer full"
+/// and for floating references, `retain` for "transfer none".
 ///
 /// Thread: as the object's own; the pointer itself is not synchronised.
 template <class T> class ObjectPtr {

@@ -10,17 +10,17 @@ namespace LumoKit::detail {
 
 /// A handler connected to a GObject's signal, disconnected when this object is destroyed.
 ///
-/// What the handler returns is what the signal gets. The handler may destroy its own connection, and the connection
-/// may outlive its emitter. An exception that leaves the handler ends the process: none may cross the C code that
-/// emits signals.
+/// What the handler returns is what the signal gets. The handler may destroy its own connection, and the
+/// connection may outlive its emitter. An exception that leaves the handler ends the process: none may cross
+/// the C code that emits signals.
 ///
 /// Thread: connect, emit and destroy on one thread.
 class [[nodiscard]] SignalConnection {
 public:
     SignalConnection() = default;
 
-    /// Connects `handler`, called with the signal's own arguments, the emitter first: `connect<void(GtkButton*)>(…)`.
-    /// Ownership: the connection keeps the handler, not the emitter.
+    /// Connects `handler`, called with the signal's own arguments, the emitter first:
+    /// `connect<void(GtkButton*)>(…)`. Ownership: the connection keeps the handler, not the emitter.
     template <class Signature, class Handler>
     static SignalConnection connect(gpointer emitter, const char* signal, Handler handler)
     {

@@ -22,7 +22,8 @@ void chooseRenderer()
     RendererFacts facts;
     if (const char* set = std::getenv(variable))
         facts.override = set;
-    facts.nvidiaDriver = ::access("/proc/driver/nvidia/version", F_OK) == 0; // the open driver has no such file
+    facts.nvidiaDriver =
+        ::access("/proc/driver/nvidia/version", F_OK) == 0; // the open driver has no such file
     if (shouldDisableDmabufRenderer(facts))
         ::setenv(variable, "1", 1);
 }

@@ -39,8 +39,8 @@ std::string textWithReplacements(JSStringRef script)
     std::string text(std::size_t(length) * 3, '\0');
     std::int32_t written = 0;
     UErrorCode status = U_ZERO_ERROR;
-    u_strToUTF8WithSub(text.data(), static_cast<std::int32_t>(std::min<std::size_t>(text.size(), INT32_MAX)), &written,
-        units, length, 0xFFFD, nullptr, &status);
+    u_strToUTF8WithSub(text.data(), static_cast<std::int32_t>(std::min<std::size_t>(text.size(), INT32_MAX)),
+        &written, units, length, 0xFFFD, nullptr, &status);
     text.resize(U_SUCCESS(status) ? std::size_t(written) : 0);
     return text;
 }
@@ -64,9 +64,9 @@ std::string textOf(JSStringRef script)
     return utf16Length(text) == units ? text : textWithReplacements(script);
 }
 
-/// A function of the script context that gives the JSON text of a value, or nothing where JSON would lose or change something:
-/// a date, a number that is not finite or has no exact integer, a hole, bytes, a cycle, a tangle. It runs where pages' code
-/// never does.
+/// A function of the script context that gives the JSON text of a value, or nothing where JSON would lose or
+/// change something: a date, a number that is not finite or has no exact integer, a hole, bytes, a cycle, a
+/// tangle. It runs where pages' code never does.
 constexpr const char* encoderSource = R"((() => {
     const {getPrototypeOf, prototype} = Object, {isArray} = Array, {stringify} = JSON, exact = 2 ** 53;
     let values, units;
@@ -111,8 +111,8 @@ constexpr const char* encoderSource = R"((() => {
     };
 })())";
 
-/// The engine keeps one context for what comes out of pages, and makes a new one after a while: the function is kept in the
-/// context itself.
+/// The engine keeps one context for what comes out of pages, and makes a new one after a while: the function
+/// is kept in the context itself.
 JSObjectRef encoderOf(JSContextRef context)
 {
     static const ScriptString name(JSStringCreateWithUTF8CString("lumokit encoder"));
@@ -128,8 +128,8 @@ JSObjectRef encoderOf(JSContextRef context)
     return const_cast<JSObjectRef>(encoder);
 }
 
-/// The short way for what most messages are: one call into the engine for the whole value, where reading it piece by piece
-/// takes a call, and the engine's lock, for every piece of it.
+/// The short way for what most messages are: one call into the engine for the whole value, where reading it
+/// piece by piece takes a call, and the engine's lock, for every piece of it.
 std::optional<Value> plainValue(JSContextRef context, JSValueRef script)
 {
     JSObjectRef encoder = encoderOf(context);
@@ -143,8 +143,8 @@ std::optional<Value> plainValue(JSContextRef context, JSValueRef script)
     return text ? readJSON(textOf(text.get())) : std::nullopt;
 }
 
-/// Walks a value that came out of a page. The engine hands over a copy without getters or proxies, so that reading it runs
-/// nobody's code; its shape is still the page's: as deep, as wide and as tangled as it likes.
+/// Walks a value that came out of a page. The engine hands over a copy without getters or proxies, so that
+/// reading it runs nobody's code; its shape is still the page's: as deep, as wide and as tangled as it likes.
 class Reader {
 public:
     explicit Reader(JSContextRef from)
@@ -174,7 +174,8 @@ private:
     static Value number(double number)
     {
         constexpr double exact = 9007199254740992.0; // 2 to the 53rd: beyond it whole numbers have gaps
-        if (std::abs(number) <= exact && number == std::trunc(number) && !(number == 0 && std::signbit(number)))
+        if (std::abs(number) <= exact && number == std::trunc(number)
+            && !(number == 0 && std::signbit(number)))
             return static_cast<std::int64_t>(number);
         return number;
     }
@@ -183,7 +184,8 @@ private:
     {
         if (JSValueIsDate(context, script)) {
             const double milliseconds = JSValueToNumber(context, script, nullptr);
-            return std::isnan(milliseconds) ? Value() : Value(Date(std::chrono::duration<double>(milliseconds / 1000)));
+            return std::isnan(milliseconds) ? Value()
+                                            : Value(Date(std::chrono::duration<double>(milliseconds / 1000)));
         }
         if (JSObjectIsFunction(context, script))
             return {};
@@ -194,8 +196,8 @@ private:
         path.push_back(script);
         Value value = JSValueIsArray(context, script) ? array(script) : dictionary(script);
         path.pop_back();
-        // An object that many others refer to is read once for each of them. Small trees are faster that way; a large
-        // one might be a small tangle, so from here on everything is remembered.
+        // An object that many others refer to is read once for each of them. Small trees are faster that way;
+        // a large one might be a small tangle, so from here on everything is remembered.
         if (++objects > 4096)
             shared.emplace(script, value);
         return value;
@@ -205,7 +207,8 @@ private:
     {
         static const ScriptString lengthName(JSStringCreateWithUTF8CString("length"));
         const JSValueRef property = JSObjectGetProperty(context, script, lengthName.get(), nullptr);
-        const auto length = property ? static_cast<std::uint32_t>(JSValueToNumber(context, property, nullptr)) : 0;
+        const auto length =
+            property ? static_cast<std::uint32_t>(JSValueToNumber(context, property, nullptr)) : 0;
         Value::Array items;
         for (std::uint32_t index = 0; index < length; ++index) {
             const JSValueRef item = JSObjectGetPropertyAtIndex(context, script, index, nullptr);

@@ -18,7 +18,8 @@ struct WKNavigationAction {
 
 enum class WKNavigationActionPolicy { allow, cancel };
 
-/// Follows and decides the navigations of a web view's main frame. Every operation has the platform's default.
+/// Follows and decides the navigations of a web view's main frame. Every operation has the platform's
+/// default.
 ///
 /// Thread: the main thread.
 class WKNavigationDelegate {
@@ -41,7 +42,8 @@ public:
     virtual void didFailProvisionalNavigation(WKWebView&, const Error&) { }
     virtual void didFail(WKWebView&, const Error&) { }
 
-    /// The process of the page is gone. The view shows nothing until something is loaded; `reload` loads the page again.
+    /// The process of the page is gone. The view shows nothing until something is loaded; `reload` loads the
+    /// page again.
     virtual void webContentProcessDidTerminate(WKWebView&) { }
 };
 

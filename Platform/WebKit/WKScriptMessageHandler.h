@@ -13,8 +13,7 @@ public:
 
     /// A page posted `didReceive`. Thread: the main thread.
     virtual void userContentController(
-        WKUserContentController& userContentController, const WKScriptMessage& didReceive)
-        = 0;
+        WKUserContentController& userContentController, const WKScriptMessage& didReceive) = 0;
 };
 
 } // namespace LumoKit

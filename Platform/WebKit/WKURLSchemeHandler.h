@@ -13,8 +13,8 @@ namespace LumoKit {
 
 class WKWebView;
 
-/// A page's request for an address of the host's own scheme. It is answered with a response, any number of pieces of data
-/// and the end, or with an error; now or later. A task that is released unanswered fails.
+/// A page's request for an address of the host's own scheme. It is answered with a response, any number of
+/// pieces of data and the end, or with an error; now or later. A task that is released unanswered fails.
 ///
 /// Thread: the main thread.
 class WKURLSchemeTask {

@@ -47,10 +47,12 @@ void WKURLSchemeTask::didFinish()
     const auto stream = ObjectPtr<GInputStream>::adopt(g_memory_input_stream_new_from_bytes(bytes));
     const auto length = static_cast<gint64>(g_bytes_get_size(bytes));
     g_bytes_unref(bytes);
-    const auto answer = ObjectPtr<WebKitURISchemeResponse>::adopt(webkit_uri_scheme_response_new(stream.get(), length));
+    const auto answer =
+        ObjectPtr<WebKitURISchemeResponse>::adopt(webkit_uri_scheme_response_new(stream.get(), length));
     const Response& response = native->response;
-    const std::string type
-        = response.textEncoding.empty() ? response.mimeType : response.mimeType + "; charset=" + response.textEncoding;
+    const std::string type = response.textEncoding.empty()
+        ? response.mimeType
+        : response.mimeType + "; charset=" + response.textEncoding;
     webkit_uri_scheme_response_set_content_type(answer.get(), type.c_str());
     webkit_uri_scheme_response_set_status(answer.get(), static_cast<guint>(response.statusCode), nullptr);
     webkit_uri_scheme_request_finish_with_response(native->request.get(), answer.get());
@@ -60,8 +62,8 @@ void WKURLSchemeTask::didFail(const Error& error)
 {
     if (std::exchange(native->ended, true))
         return;
-    GError* reported
-        = g_error_new_literal(g_quark_from_string(error.domain.c_str()), error.code, error.description.c_str());
+    GError* reported =
+        g_error_new_literal(g_quark_from_string(error.domain.c_str()), error.code, error.description.c_str());
     webkit_uri_scheme_request_finish_error(native->request.get(), reported);
     g_error_free(reported);
 }

@@ -7,7 +7,8 @@
 
 namespace LumoKit {
 
-/// The platform's side of a scheme task. The engine wants the whole answer as one stream, so that data is gathered.
+/// The platform's side of a scheme task. The engine wants the whole answer as one stream, so that data is
+/// gathered.
 struct WKURLSchemeTask::Native {
     detail::ObjectPtr<WebKitURISchemeRequest> request;
     URL url;

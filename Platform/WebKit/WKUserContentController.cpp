@@ -1,6 +1,5 @@
-#include "WKUserContentControllerNative.h"
-
 #include "ScriptResult.h"
+#include "WKUserContentControllerNative.h"
 
 #include <LumoKit/Platform/Dispatch/MainThread.h>
 #include <LumoKit/Platform/Native/Handles.h>
@@ -24,13 +23,13 @@ void WKUserContentController::add(
     // Connected first, so that no message can come between.
     Native::Registration registration;
     registration.handler = handler;
-    registration.received
-        = detail::SignalConnection::connect<void(WebKitUserContentManager*, WebKitJavascriptResult*)>(
+    registration.received =
+        detail::SignalConnection::connect<void(WebKitUserContentManager*, WebKitJavascriptResult*)>(
             native->manager.get(), ("script-message-received::" + name).c_str(),
             // The handler is called through a copy: it may remove itself.
             [this, handler, name](auto*, WebKitJavascriptResult* result) {
                 const auto alive = weak_from_this().lock();
-                handler->userContentController(*this, WKScriptMessage {name, detail::valueOf(result)});
+                handler->userContentController(*this, WKScriptMessage{name, detail::valueOf(result)});
             });
     native->registrations.emplace(name, std::move(registration));
     webkit_user_content_manager_register_script_message_handler(native->manager.get(), name.c_str());
@@ -46,7 +45,8 @@ void WKUserContentController::addUserScript(const WKUserScript& script)
 {
     const std::unique_ptr<WebKitUserScript, detail::FreedBy<webkit_user_script_unref>> made(
         webkit_user_script_new(script.source.c_str(),
-            script.forMainFrameOnly ? WEBKIT_USER_CONTENT_INJECT_TOP_FRAME : WEBKIT_USER_CONTENT_INJECT_ALL_FRAMES,
+            script.forMainFrameOnly ? WEBKIT_USER_CONTENT_INJECT_TOP_FRAME
+                                    : WEBKIT_USER_CONTENT_INJECT_ALL_FRAMES,
             script.injectionTime == WKUserScriptInjectionTime::atDocumentStart
                 ? WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_START
                 : WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_END,

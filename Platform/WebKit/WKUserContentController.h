@@ -19,8 +19,8 @@ public:
     WKUserContentController();
     ~WKUserContentController() override;
 
-    /// Calls `handler` for messages that pages post to `window.webkit.messageHandlers.<name>`. A name that is taken keeps
-    /// the handler that it has.
+    /// Calls `handler` for messages that pages post to `window.webkit.messageHandlers.<name>`. A name that is
+    /// taken keeps the handler that it has.
     void add(const std::shared_ptr<WKScriptMessageHandler>& handler, const std::string& name);
     /// Pages that are loaded later no longer have the handler; messages that are under way are dropped.
     void removeScriptMessageHandler(const std::string& forName);

@@ -1,5 +1,3 @@
-#include <LumoKit/Platform/WebKit/WKWebView.h>
-
 #include "../ApplicationKit/NSViewNative.h"
 #include "Renderer.h"
 #include "ScriptResult.h"
@@ -9,6 +7,7 @@
 #include <LumoKit/Platform/ApplicationKit/NSApplication.h>
 #include <LumoKit/Platform/Dispatch/DispatchQueue.h>
 #include <LumoKit/Platform/Native/Handles.h>
+#include <LumoKit/Platform/WebKit/WKWebView.h>
 
 #include <webkit2/webkit2.h>
 
@@ -56,9 +55,9 @@ bool isHexDigit(char character)
     return g_ascii_isxdigit(character);
 }
 
-/// The engine follows the web's own, laxer rules for what may stand in an address. What RFC 3986 does not let stand there is
-/// percent-encoded: a "%" that starts no escape, square brackets anywhere but around a host, and everything that is neither
-/// reserved nor unreserved.
+/// The engine follows the web's own, laxer rules for what may stand in an address. What RFC 3986 does not let
+/// stand there is percent-encoded: a "%" that starts no escape, square brackets anywhere but around a host,
+/// and everything that is neither reserved nor unreserved.
 std::optional<URL> urlFromWeb(const char* address)
 {
     if (!address || !*address)
@@ -99,8 +98,9 @@ WKWebView* viewOf(WebKitWebView* widget)
 void answerSchemeRequest(WebKitURISchemeRequest* request, gpointer) noexcept
 {
     WKWebView* view = viewOf(webkit_uri_scheme_request_get_web_view(request));
-    const auto handler
-        = view ? view->configuration()->urlSchemeHandler(webkit_uri_scheme_request_get_scheme(request)) : nullptr;
+    const auto handler = view
+        ? view->configuration()->urlSchemeHandler(webkit_uri_scheme_request_get_scheme(request))
+        : nullptr;
     const auto url = urlFromWeb(webkit_uri_scheme_request_get_uri(request));
     if (!handler || !url) {
         GError* error = g_error_new_literal(
@@ -132,7 +132,8 @@ void registerSchemes(WebKitWebContext* context, const WKWebViewConfiguration& co
     for (const auto& [scheme, handler] : configuration.urlSchemeHandlers()) {
         if (!registered.insert(scheme).second)
             continue;
-        webkit_web_context_register_uri_scheme(context, scheme.c_str(), &answerSchemeRequest, nullptr, nullptr);
+        webkit_web_context_register_uri_scheme(
+            context, scheme.c_str(), &answerSchemeRequest, nullptr, nullptr);
         WebKitSecurityManager* security = webkit_web_context_get_security_manager(context);
         webkit_security_manager_register_uri_scheme_as_secure(security, scheme.c_str());
         webkit_security_manager_register_uri_scheme_as_cors_enabled(security, scheme.c_str());
@@ -144,21 +145,21 @@ std::unique_ptr<NSView::Native> makeNative(
 {
     WebKitWebContext* context = sharedContext();
     registerSchemes(context, *configuration);
-    WebKitUserContentManager* content
-        = configuration->userContentController()->nativeController().manager.get();
+    WebKitUserContentManager* content =
+        configuration->userContentController()->nativeController().manager.get();
     const auto settings = ObjectPtr<WebKitSettings>::adopt(webkit_settings_new());
     webkit_settings_set_enable_developer_extras(settings.get(), configuration->developerExtrasEnabled);
     // A related view lives in the other's process, and takes the context over from it.
-    GtkWidget* widget = related
-        ? GTK_WIDGET(g_object_new(WEBKIT_TYPE_WEB_VIEW, "related-view", related, "user-content-manager", content,
-            "settings", settings.get(), nullptr))
-        : GTK_WIDGET(g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context", context, "user-content-manager", content,
-            "settings", settings.get(), nullptr));
+    GtkWidget* widget = related ? GTK_WIDGET(g_object_new(WEBKIT_TYPE_WEB_VIEW, "related-view", related,
+                                      "user-content-manager", content, "settings", settings.get(), nullptr))
+                                : GTK_WIDGET(g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context", context,
+                                      "user-content-manager", content, "settings", settings.get(), nullptr));
     gtk_widget_show(widget);
     return std::make_unique<WebNative>(configuration, widget);
 }
 
-/// A policy decision that waits for the host's word. One that nobody answers allows, as the platform does by default.
+/// A policy decision that waits for the host's word. One that nobody answers allows, as the platform does by
+/// default.
 class PendingPolicy {
 public:
     explicit PendingPolicy(WebKitPolicyDecision* asked)
@@ -198,7 +199,8 @@ WKWebView::WKWebView(const CGRect& frame, std::shared_ptr<WKWebViewConfiguration
     WebKitWebView* view = native.view();
     g_object_set_data(G_OBJECT(view), viewKey, this);
 
-    const auto on = [&]<class Signature, class Handler>(std::type_identity<Signature>, const char* signal, Handler handler) {
+    const auto on = [&]<class Signature, class Handler>(
+                        std::type_identity<Signature>, const char* signal, Handler handler) {
         native.connections.push_back(SignalConnection::connect<Signature>(view, signal, std::move(handler)));
     };
     on(std::type_identity<void(WebKitWebView*, WebKitLoadEvent)>(), "load-changed",
@@ -224,8 +226,8 @@ WKWebView::WKWebView(const CGRect& frame, std::shared_ptr<WKWebViewConfiguration
                     delegate->didFinish(*this);
             }
         });
-    on(std::type_identity<gboolean(WebKitWebView*, WebKitLoadEvent, const char*, const GError*)>(), "load-failed",
-        [this](auto*, WebKitLoadEvent, const char*, const GError* error) {
+    on(std::type_identity<gboolean(WebKitWebView*, WebKitLoadEvent, const char*, const GError*)>(),
+        "load-failed", [this](auto*, WebKitLoadEvent, const char*, const GError* error) {
             const auto alive = weak_from_this().lock();
             WebNative& state = nativeOf(*this);
             state.failed = true;
@@ -237,24 +239,27 @@ WKWebView::WKWebView(const CGRect& frame, std::shared_ptr<WKWebViewConfiguration
             }
             return TRUE; // or the engine would show a page of its own
         });
-    on(std::type_identity<void(WebKitWebView*, WebKitWebProcessTerminationReason)>(), "web-process-terminated",
-        [this](auto*, auto) {
+    on(std::type_identity<void(WebKitWebView*, WebKitWebProcessTerminationReason)>(),
+        "web-process-terminated", [this](auto*, auto) {
             const auto alive = weak_from_this().lock();
             if (const auto delegate = nativeOf(*this).navigationDelegate.lock())
                 delegate->webContentProcessDidTerminate(*this);
         });
-    on(std::type_identity<gboolean(WebKitWebView*, WebKitPolicyDecision*, WebKitPolicyDecisionType)>(), "decide-policy",
+    on(std::type_identity<gboolean(WebKitWebView*, WebKitPolicyDecision*, WebKitPolicyDecisionType)>(),
+        "decide-policy",
         [this](auto*, WebKitPolicyDecision* decision, WebKitPolicyDecisionType type) -> gboolean {
             const auto alive = weak_from_this().lock();
             const auto delegate = nativeOf(*this).navigationDelegate.lock();
             if (!delegate || type != WEBKIT_POLICY_DECISION_TYPE_NAVIGATION_ACTION)
                 return FALSE;
-            WebKitNavigationAction* action
-                = webkit_navigation_policy_decision_get_navigation_action(WEBKIT_NAVIGATION_POLICY_DECISION(decision));
-            const auto url = urlFromWeb(webkit_uri_request_get_uri(webkit_navigation_action_get_request(action)));
+            WebKitNavigationAction* action = webkit_navigation_policy_decision_get_navigation_action(
+                WEBKIT_NAVIGATION_POLICY_DECISION(decision));
+            const auto url =
+                urlFromWeb(webkit_uri_request_get_uri(webkit_navigation_action_get_request(action)));
             if (!url)
                 return FALSE;
-            const bool clicked = webkit_navigation_action_get_navigation_type(action) == WEBKIT_NAVIGATION_TYPE_LINK_CLICKED;
+            const bool clicked =
+                webkit_navigation_action_get_navigation_type(action) == WEBKIT_NAVIGATION_TYPE_LINK_CLICKED;
             delegate->decidePolicy(*this, {*url, clicked},
                 [pending = std::make_shared<PendingPolicy>(decision)](
                     WKNavigationActionPolicy policy) { pending->answer(policy); });
@@ -262,7 +267,8 @@ WKWebView::WKWebView(const CGRect& frame, std::shared_ptr<WKWebViewConfiguration
         });
     // The engine announces a property after it changed; observers get the value before all the same.
     for (const auto& [property, key] : {std::pair("notify::title", "title"), std::pair("notify::uri", "URL"),
-             std::pair("notify::estimated-load-progress", "estimatedProgress"), std::pair("notify::is-loading", "loading")})
+             std::pair("notify::estimated-load-progress", "estimatedProgress"),
+             std::pair("notify::is-loading", "loading")})
         on(std::type_identity<void(WebKitWebView*, GParamSpec*)>(), property, [this, key](auto*, auto*) {
             const auto alive = weak_from_this().lock();
             didChangeValue(key, std::exchange(nativeOf(*this).announced[key], value(key)));
@@ -298,7 +304,8 @@ void WKWebView::load(const URL& url)
 
 void WKWebView::loadHTMLString(const std::string& string, const std::optional<URL>& baseURL)
 {
-    const std::unique_ptr<GBytes, detail::FreedBy<g_bytes_unref>> bytes(g_bytes_new(string.data(), string.size()));
+    const std::unique_ptr<GBytes, detail::FreedBy<g_bytes_unref>> bytes(
+        g_bytes_new(string.data(), string.size()));
     webkit_web_view_load_bytes(nativeOf(*this).view(), bytes.get(), "text/html", "UTF-8",
         baseURL ? baseURL->absoluteString().c_str() : nullptr);
 }
@@ -358,7 +365,8 @@ namespace {
 
 void finishEvaluation(GObject* view, GAsyncResult* ended, gpointer data) noexcept
 {
-    const std::unique_ptr<WKWebView::EvaluationHandler> handler(static_cast<WKWebView::EvaluationHandler*>(data));
+    const std::unique_ptr<WKWebView::EvaluationHandler> handler(
+        static_cast<WKWebView::EvaluationHandler*>(data));
     detail::GErrorPtr error;
     G_GNUC_BEGIN_IGNORE_DEPRECATIONS
     const std::unique_ptr<WebKitJavascriptResult, detail::FreedBy<webkit_javascript_result_unref>> result(
@@ -376,18 +384,20 @@ void finishEvaluation(GObject* view, GAsyncResult* ended, gpointer data) noexcep
 
 void WKWebView::evaluateJavaScript(const std::string& script, EvaluationHandler completionHandler)
 {
-    auto handler = completionHandler ? std::make_unique<EvaluationHandler>(std::move(completionHandler)) : nullptr;
+    auto handler =
+        completionHandler ? std::make_unique<EvaluationHandler>(std::move(completionHandler)) : nullptr;
     if (script.find('\0') != script.npos) { // the engine would take what stands before it for the whole
         if (handler)
             DispatchQueue::main()->async([handler = std::move(handler)] {
-                (*handler)(std::nullopt, Error {"LumoKit.WKWebView", 1, "The script holds a NUL character"});
+                (*handler)(std::nullopt, Error{"LumoKit.WKWebView", 1, "The script holds a NUL character"});
             });
         return;
     }
     const GAsyncReadyCallback callback = handler ? &finishEvaluation : nullptr;
     // Deprecated in favour of a function whose result leads to the slow interface only: see ScriptResult.h.
     G_GNUC_BEGIN_IGNORE_DEPRECATIONS
-    webkit_web_view_run_javascript(nativeOf(*this).view(), script.c_str(), nullptr, callback, handler.release());
+    webkit_web_view_run_javascript(
+        nativeOf(*this).view(), script.c_str(), nullptr, callback, handler.release());
     G_GNUC_END_IGNORE_DEPRECATIONS
 }
 

@@ -16,8 +16,8 @@ namespace LumoKit {
 /// A view that shows a web page.
 ///
 /// Thread: the main thread; every callback arrives there.
-/// Lifetime: when the view is released its page is closed, and evaluations that are under way end with an error.
-/// Observable: "title", "URL", "estimatedProgress", "loading".
+/// Lifetime: when the view is released its page is closed, and evaluations that are under way end with an
+/// error. Observable: "title", "URL", "estimatedProgress", "loading".
 class WKWebView : public NSView {
 public:
     /// A view made from `configuration`, ready to load. Made by `std::make_shared`.
@@ -40,8 +40,8 @@ public:
     [[nodiscard]] bool canGoForward() const;
     void goForward();
 
-    /// The address of the page, or of the one that is being loaded; nothing before the first load. Characters that the
-    /// engine lets stand in an address though the grammar does not are percent-encoded.
+    /// The address of the page, or of the one that is being loaded; nothing before the first load. Characters
+    /// that the engine lets stand in an address though the grammar does not are percent-encoded.
     [[nodiscard]] std::optional<URL> url() const;
     /// The page's title; empty where it has none.
     [[nodiscard]] std::string title() const;
@@ -49,11 +49,12 @@ public:
     [[nodiscard]] double estimatedProgress() const;
     [[nodiscard]] bool isLoading() const;
 
-    using EvaluationHandler = std::move_only_function<void(std::optional<Value> result, std::optional<Error> error)>;
+    using EvaluationHandler =
+        std::move_only_function<void(std::optional<Value> result, std::optional<Error> error)>;
 
-    /// Runs a script in the page's main frame and then calls `completionHandler`, if there is one, with its value, as data
-    /// (see `WKScriptMessage::body`), or an error; with neither for an undefined value. Never calls back synchronously.
-    /// Lifetime: the handler is called once, also when the view is released before.
+    /// Runs a script in the page's main frame and then calls `completionHandler`, if there is one, with its
+    /// value, as data (see `WKScriptMessage::body`), or an error; with neither for an undefined value. Never
+    /// calls back synchronously. Lifetime: the handler is called once, also when the view is released before.
     void evaluateJavaScript(const std::string& script, EvaluationHandler completionHandler = {});
 
     [[nodiscard]] Value value(std::string_view forKey) const override;

@@ -1,7 +1,6 @@
-#include <LumoKit/Platform/WebKit/WKWebViewConfiguration.h>
-
 #include <LumoKit/Platform/Dispatch/MainThread.h>
 #include <LumoKit/Platform/Foundation/FatalError.h>
+#include <LumoKit/Platform/WebKit/WKWebViewConfiguration.h>
 
 #include <algorithm>
 #include <array>
@@ -28,15 +27,15 @@ std::string lowercased(std::string text)
 bool isScheme(std::string_view text)
 {
     return !text.empty() && isLetter(text.front()) && std::ranges::all_of(text, [](char character) {
-        return isLetter(character) || (character >= '0' && character <= '9') || character == '+' || character == '-'
-            || character == '.';
+        return isLetter(character) || (character >= '0' && character <= '9') || character == '+'
+            || character == '-' || character == '.';
     });
 }
 
 bool isHandledByEngine(std::string_view scheme)
 {
-    static constexpr std::array<std::string_view, 10> schemes
-        = {"about", "blob", "data", "file", "ftp", "http", "https", "javascript", "ws", "wss"};
+    static constexpr std::array<std::string_view, 10> schemes = {
+        "about", "blob", "data", "file", "ftp", "http", "https", "javascript", "ws", "wss"};
     return std::ranges::find(schemes, scheme) != schemes.end();
 }
 
@@ -50,7 +49,8 @@ WKWebViewConfiguration::WKWebViewConfiguration()
     pool = sharedPool;
 }
 
-void WKWebViewConfiguration::setUserContentController(std::shared_ptr<WKUserContentController> userContentController)
+void WKWebViewConfiguration::setUserContentController(
+    std::shared_ptr<WKUserContentController> userContentController)
 {
     controller = std::move(userContentController);
 }
@@ -72,7 +72,8 @@ void WKWebViewConfiguration::setURLSchemeHandler(
         fatalError("URL scheme '" + forURLScheme + "' already has a registered URL scheme handler");
 }
 
-std::shared_ptr<WKURLSchemeHandler> WKWebViewConfiguration::urlSchemeHandler(const std::string& forURLScheme) const
+std::shared_ptr<WKURLSchemeHandler> WKWebViewConfiguration::urlSchemeHandler(
+    const std::string& forURLScheme) const
 {
     const auto found = schemeHandlers.find(lowercased(forURLScheme));
     return found == schemeHandlers.end() ? nullptr : found->second;

@@ -11,24 +11,27 @@
 
 namespace LumoKit {
 
-/// What web views are made from. A view reads its configuration when it is made; a later change has no effect on it.
+/// What web views are made from. A view reads its configuration when it is made; a later change has no effect
+/// on it.
 ///
 /// Thread: the main thread.
 class WKWebViewConfiguration : public NSObject {
 public:
     WKWebViewConfiguration();
 
-    [[nodiscard]] const std::shared_ptr<WKUserContentController>& userContentController() const { return controller; }
+    [[nodiscard]] const std::shared_ptr<WKUserContentController>& userContentController() const
+    {
+        return controller;
+    }
     void setUserContentController(std::shared_ptr<WKUserContentController> userContentController);
 
     /// One that all configurations share, unless another is set.
     [[nodiscard]] const std::shared_ptr<WKProcessPool>& processPool() const { return pool; }
     void setProcessPool(std::shared_ptr<WKProcessPool> processPool);
 
-    /// Lets `handler` answer what pages ask for under `scheme`. Such a page has an origin of its own, made of scheme and
-    /// host, and counts as secure.
-    /// Errors: stops the process for a text that is no scheme, one that the engine handles itself, and one that has a
-    /// handler.
+    /// Lets `handler` answer what pages ask for under `scheme`. Such a page has an origin of its own, made of
+    /// scheme and host, and counts as secure. Errors: stops the process for a text that is no scheme, one
+    /// that the engine handles itself, and one that has a handler.
     void setURLSchemeHandler(std::shared_ptr<WKURLSchemeHandler> handler, const std::string& forURLScheme);
     /// Null for a scheme without one. Schemes are compared without regard to letter case.
     [[nodiscard]] std::shared_ptr<WKURLSchemeHandler> urlSchemeHandler(const std::string& forURLScheme) const;

@@ -18,7 +18,8 @@ NSColor color(std::string_view hex, double alpha)
     const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value, 16);
     if (digits.empty() || error != std::errc() || end != digits.data() + digits.size())
         fatalError("'" + std::string(hex) + "' is not a hexadecimal colour");
-    const auto component = [value](int shift) { return static_cast<double>((value >> shift) & 0xFF) / 255.0; };
+    const auto component = [value](
+                               int shift) { return static_cast<double>((value >> shift) & 0xFF) / 255.0; };
     return {component(16), component(8), component(0), alpha};
 }
 

@@ -15,7 +15,10 @@ namespace LumoKit {
 /// Thread: as the value's own.
 template <class T> class Result {
 public:
-    [[nodiscard]] static Result success(T value) { return Result(Content(std::in_place_index<0>, std::move(value))); }
+    [[nodiscard]] static Result success(T value)
+    {
+        return Result(Content(std::in_place_index<0>, std::move(value)));
+    }
     [[nodiscard]] static Result failure(std::optional<Error> error = std::nullopt)
     {
         return Result(Content(std::in_place_index<1>, std::move(error)));
@@ -34,9 +37,8 @@ public:
         return error ? *error : std::nullopt;
     }
 
-    /// The same outcome with the value given by `transform`; a failure stays the failure that it is, and `transform` is not
-    /// called.
-    /// Errors: what `transform` throws passes to the caller.
+    /// The same outcome with the value given by `transform`; a failure stays the failure that it is, and
+    /// `transform` is not called. Errors: what `transform` throws passes to the caller.
     template <class Transform> [[nodiscard]] auto mapSuccess(Transform&& transform) const
     {
         using U = std::remove_cvref_t<std::invoke_result_t<Transform, const T&>>;

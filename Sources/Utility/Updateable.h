@@ -12,8 +12,8 @@ namespace LumoKit {
 ///
 ///     const Style wide = plain.updated([](Style& style) { style.width = 10; });
 ///
-/// A reference type is one that is held by `std::shared_ptr` and knows it (`std::enable_shared_from_this`). Its copy is
-/// another reference to the same object, so that the object itself changes.
+/// A reference type is one that is held by `std::shared_ptr` and knows it (`std::enable_shared_from_this`).
+/// Its copy is another reference to the same object, so that the object itself changes.
 ///
 /// Thread: as the type's own.
 template <class Self> class Updateable {
@@ -41,12 +41,13 @@ public:
         return copy;
     }
 
-    /// Reference types only: hands a reference to this object to `callback`. Putting another object into that variable has
-    /// no effect on the receiver.
+    /// Reference types only: hands a reference to this object to `callback`. Putting another object into that
+    /// variable has no effect on the receiver.
     template <class Callback> void update(Callback&& callback)
     {
         auto temporary = variable(static_cast<Self&>(*this));
-        static_assert(!std::same_as<decltype(temporary), Self>, "a value type has no `update`: assign what `updated` gives");
+        static_assert(!std::same_as<decltype(temporary), Self>,
+            "a value type has no `update`: assign what `updated` gives");
         std::forward<Callback>(callback)(temporary);
     }
 

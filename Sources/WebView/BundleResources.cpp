@@ -14,7 +14,7 @@ namespace {
 /// What pages are made of. A page's module scripts and styles do not load under a wrong type.
 WKURLSchemeTask::Response responseFor(const std::filesystem::path& file)
 {
-    static constexpr std::array<std::pair<std::string_view, std::string_view>, 15> types {{
+    static constexpr std::array<std::pair<std::string_view, std::string_view>, 15> types{{
         {".css", "text/css"},
         {".gif", "image/gif"},
         {".htm", "text/html"},
@@ -50,7 +50,7 @@ void BundleResources::start(WKWebView&, const std::shared_ptr<WKURLSchemeTask>& 
     if (file)
         stream.open(*file, std::ios::binary);
     if (!stream.is_open()) {
-        task->didReceive(WKURLSchemeTask::Response {"text/plain", "utf-8", 404});
+        task->didReceive(WKURLSchemeTask::Response{"text/plain", "utf-8", 404});
         task->didReceive("There is no such resource.");
         return task->didFinish();
     }

@@ -7,14 +7,14 @@
 
 namespace LumoKit {
 
-/// Serves a bundle's resources under a scheme of the host's own, so that a page that is shipped with the application has an
-/// origin, and with it storage and modules, which a page from a file has not:
+/// Serves a bundle's resources under a scheme of the host's own, so that a page that is shipped with the
+/// application has an origin, and with it storage and modules, which a page from a file has not:
 ///
 ///     configuration->setURLSchemeHandler(std::make_shared<BundleResources>(Bundle::main()), "app");
 ///     view->load(*URL::parse("app://host/index.html"));
 ///
-/// The path of an address is the path of a resource, "/" is "/index.html"; what is missing or outside of the resources is
-/// answered with the status 404.
+/// The path of an address is the path of a resource, "/" is "/index.html"; what is missing or outside of the
+/// resources is answered with the status 404.
 ///
 /// Thread: the main thread.
 class BundleResources : public WKURLSchemeHandler {

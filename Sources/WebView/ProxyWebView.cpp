@@ -3,14 +3,16 @@
 
 namespace LumoKit {
 
-std::shared_ptr<ProxyWebView> ProxyWebView::create(const std::shared_ptr<WKWebViewConfiguration>& configuration)
+std::shared_ptr<ProxyWebView> ProxyWebView::create(
+    const std::shared_ptr<WKWebViewConfiguration>& configuration)
 {
     const auto view = std::make_shared<ProxyWebView>(Key(), configuration);
     view->setNavigationDelegate(std::shared_ptr<WKNavigationDelegate>(view));
     return view;
 }
 
-std::shared_ptr<ProxyWebView> ProxyWebView::create(const CGRect&, const std::shared_ptr<WKWebViewConfiguration>&)
+std::shared_ptr<ProxyWebView> ProxyWebView::create(
+    const CGRect&, const std::shared_ptr<WKWebViewConfiguration>&)
 {
     unimplementedInitializer("LumoKit.ProxyWebView", "init(frame:configuration:)");
 }

@@ -9,10 +9,11 @@
 
 namespace LumoKit {
 
-/// A web view that tells one callback of its navigations. It only watches: it decides, cancels and redirects nothing, and
-/// a load that fails is one that never finishes.
+/// A web view that tells one callback of its navigations. It only watches: it decides, cancels and redirects
+/// nothing, and a load that fails is one that never finishes.
 ///
-///     auto view = ProxyWebView::create(configuration)->updated([](const std::shared_ptr<ProxyWebView>& view) {
+///     auto view = ProxyWebView::create(configuration)->updated([](const std::shared_ptr<ProxyWebView>& view)
+///     {
 ///         view->navigationHandler = [](ProxyWebView::NavigationType type, const URL& url) { … };
 ///     });
 ///
@@ -29,14 +30,15 @@ public:
     };
 
     /// A view of no size that is its own navigation delegate.
-    [[nodiscard]] static std::shared_ptr<ProxyWebView> create(const std::shared_ptr<WKWebViewConfiguration>& configuration);
+    [[nodiscard]] static std::shared_ptr<ProxyWebView> create(
+        const std::shared_ptr<WKWebViewConfiguration>& configuration);
     /// Not offered: each stops the process.
     [[noreturn]] static std::shared_ptr<ProxyWebView> create(
         const CGRect& frame, const std::shared_ptr<WKWebViewConfiguration>& configuration);
     [[noreturn]] static std::shared_ptr<ProxyWebView> create(NSCoder& coder);
 
-    /// Called with each event and the view's address at that moment; not called while that is empty. Read at each event.
-    /// Ownership: the view keeps it; what it captures of the view itself must be weak.
+    /// Called with each event and the view's address at that moment; not called while that is empty. Read at
+    /// each event. Ownership: the view keeps it; what it captures of the view itself must be weak.
     std::function<void(NavigationType, const URL&)> navigationHandler;
 
 private:

@@ -28,7 +28,8 @@ namespace detail {
 void MessageRegistry::registerHandlers(WKWebViewConfiguration& in)
 {
     for (const auto& handler : unregisteredHandlers) {
-        // The platform comes first: it refuses a name that is taken, and the check below then says whose mistake it was.
+        // The platform comes first: it refuses a name that is taken, and the check below then says whose
+        // mistake it was.
         in.userContentController()->add(
             std::static_pointer_cast<MessageRegistry>(shared_from_this()), handler->messageName());
         registerHandler(handler);
@@ -43,7 +44,8 @@ void MessageRegistry::registerHandler(const std::shared_ptr<AnyScriptMessageHand
     registeredHandlers.emplace(name, handler);
 }
 
-const std::shared_ptr<AnyScriptMessageHandler>& MessageRegistry::getHandler(const WKScriptMessage& message) const
+const std::shared_ptr<AnyScriptMessageHandler>& MessageRegistry::getHandler(
+    const WKScriptMessage& message) const
 {
     const auto found = registeredHandlers.find(message.name);
     if (found == registeredHandlers.end())

@@ -16,8 +16,9 @@
 #include <vector>
 
 /// \file
-/// Messages of hosted pages, routed to typed handlers. A page posts a body under a name; the registry finds the handler of
-/// that name and calls it with the body and with what the host gave the registry once: its dependencies.
+/// Messages of hosted pages, routed to typed handlers. A page posts a body under a name; the registry finds
+/// the handler of that name and calls it with the body and with what the host gave the registry once: its
+/// dependencies.
 ///
 ///     class OpenedHandler : public ScriptMessageHandler<Services> {
 ///         std::string messageName() const override { return "conversationOpened"; }
@@ -29,8 +30,9 @@
 
 namespace LumoKit {
 
-/// Root of the small interfaces through which a component asks the host for a service (`Has` + service). A host's
-/// container of dependencies that implements such interfaces can be handed to handlers that know only one of them.
+/// Root of the small interfaces through which a component asks the host for a service (`Has` + service). A
+/// host's container of dependencies that implements such interfaces can be handed to handlers that know only
+/// one of them.
 class ServiceInterface {
 public:
     virtual ~ServiceInterface() = default;
@@ -53,8 +55,8 @@ public:
     AnyDependencies(const AnyDependencies&) = delete; // `services` points into `value`
     AnyDependencies& operator=(const AnyDependencies&) = delete;
 
-    /// The value as `Dependencies`: its own type, or a service interface that it (or what it points to) implements.
-    /// Errors: stops the process if it is neither.
+    /// The value as `Dependencies`: its own type, or a service interface that it (or what it points to)
+    /// implements. Errors: stops the process if it is neither.
     template <class Dependencies> [[nodiscard]] const Dependencies& forced() const
     {
         if constexpr (std::copy_constructible<Dependencies>)
@@ -73,7 +75,8 @@ private:
     const ServiceInterface* services = nullptr;
 };
 
-/// A handler of script messages whose dependencies have no type yet; the registry knows handlers only as this.
+/// A handler of script messages whose dependencies have no type yet; the registry knows handlers only as
+/// this.
 class AnyScriptMessageHandler {
 public:
     virtual ~AnyScriptMessageHandler() = default;
@@ -83,24 +86,22 @@ public:
 
     /// A page posted `messageBody`. Thread: the main thread.
     virtual void handleMessage(
-        const std::string& messageName, const Value& messageBody, const AnyDependencies& dependencies)
-        = 0;
+        const std::string& messageName, const Value& messageBody, const AnyDependencies& dependencies) = 0;
 };
 
-/// A handler of script messages: what a host derives from, with the type of dependencies that it needs. That is the type
-/// of the registry's dependencies, or a service interface that they implement; with any other the first message stops the
-/// process.
+/// A handler of script messages: what a host derives from, with the type of dependencies that it needs. That
+/// is the type of the registry's dependencies, or a service interface that they implement; with any other the
+/// first message stops the process.
 template <class HandlerDependencies> class ScriptMessageHandler : public AnyScriptMessageHandler {
 public:
     using Dependencies = HandlerDependencies;
 
     /// A page posted `messageBody`. Thread: the main thread.
     virtual void handleMessage(
-        const std::string& messageName, const Value& messageBody, const Dependencies& dependencies)
-        = 0;
+        const std::string& messageName, const Value& messageBody, const Dependencies& dependencies) = 0;
 
-    void handleMessage(
-        const std::string& messageName, const Value& messageBody, const AnyDependencies& dependencies) override
+    void handleMessage(const std::string& messageName, const Value& messageBody,
+        const AnyDependencies& dependencies) override
     {
         handleMessage(messageName, messageBody, dependencies.forced<Dependencies>());
     }
@@ -116,13 +117,14 @@ public:
     /// The handlers as given; registering does not empty the list.
     const Handlers unregisteredHandlers;
 
-    /// Attaches every handler to the pages of the views that are made from the configuration. To be called once.
-    /// Errors: stops the process when two handlers share a name, and when called again.
+    /// Attaches every handler to the pages of the views that are made from the configuration. To be called
+    /// once. Errors: stops the process when two handlers share a name, and when called again.
     void registerHandlers(WKWebViewConfiguration& in);
 
     /// Hands a message to the handler of its name.
     /// Errors: stops the process when there is none.
-    void userContentController(WKUserContentController& userContentController, const WKScriptMessage& didReceive) override;
+    void userContentController(
+        WKUserContentController& userContentController, const WKScriptMessage& didReceive) override;
 
 protected:
     explicit MessageRegistry(Handlers handlers)
@@ -132,7 +134,8 @@ protected:
 
 private:
     void registerHandler(const std::shared_ptr<AnyScriptMessageHandler>& handler);
-    [[nodiscard]] const std::shared_ptr<AnyScriptMessageHandler>& getHandler(const WKScriptMessage& message) const;
+    [[nodiscard]] const std::shared_ptr<AnyScriptMessageHandler>& getHandler(
+        const WKScriptMessage& message) const;
     [[nodiscard]] virtual const AnyDependencies& dependencies() const = 0;
 
     std::map<std::string, std::shared_ptr<AnyScriptMessageHandler>, std::less<>> registeredHandlers;
@@ -142,10 +145,9 @@ private:
 
 /// The one object that a host attaches to a configuration for all of its pages' messages.
 ///
-/// Everything that can go wrong here is a mistake in the host and stops the process; nothing is told to the page, and no
-/// reply goes back to it.
-/// Ownership: keeps its handlers and dependencies; the configuration's content controller keeps the registry.
-/// Thread: the main thread.
+/// Everything that can go wrong here is a mistake in the host and stops the process; nothing is told to the
+/// page, and no reply goes back to it. Ownership: keeps its handlers and dependencies; the configuration's
+/// content controller keeps the registry. Thread: the main thread.
 template <class Dependencies> class WebViewMessageHandler final : public detail::MessageRegistry {
 public:
     /// Registers nothing yet.

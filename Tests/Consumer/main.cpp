@@ -1,4 +1,5 @@
-// A host outside of the tree: a page posts a message, its handler runs a script, and the script's value ends the program.
+// A host outside of the tree: a page posts a message, its handler runs a script, and the script's value ends
+// the program.
 
 #include <LumoKit/Extensions/NSColor.h>
 #include <LumoKit/Platform/ApplicationKit/NSApplication.h>
@@ -19,7 +20,8 @@ struct Services {
 class ReadyHandler : public ScriptMessageHandler<std::shared_ptr<Services>> {
     std::string messageName() const override { return "ready"; }
 
-    void handleMessage(const std::string&, const Value& body, const std::shared_ptr<Services>& services) override
+    void handleMessage(
+        const std::string&, const Value& body, const std::shared_ptr<Services>& services) override
     {
         print("the page has " + pluralize("paragraph", body.asInteger().value_or(0)));
         services->view.lock()->evaluateJavaScript("6 * 7", [services](std::optional<Value> result, auto) {
@@ -38,12 +40,12 @@ int main()
     const auto services = std::make_shared<Services>(std::weak_ptr<WKWebView>(), &status);
     const auto configuration = std::make_shared<WKWebViewConfiguration>();
     std::make_shared<WebViewMessageHandler<std::shared_ptr<Services>>>(
-        services, std::vector<std::shared_ptr<AnyScriptMessageHandler>> {std::make_shared<ReadyHandler>()})
+        services, std::vector<std::shared_ptr<AnyScriptMessageHandler>>{std::make_shared<ReadyHandler>()})
         ->registerHandlers(*configuration);
     const auto view = ProxyWebView::create(configuration);
     services->view = view;
-    view->loadHTMLString(
-        "<p>one<p>two<script>webkit.messageHandlers.ready.postMessage(document.querySelectorAll('p').length)</script>",
+    view->loadHTMLString("<p>one<p>two<script>webkit.messageHandlers.ready.postMessage(document."
+                         "querySelectorAll('p').length)</script>",
         URL::parse("https://consumer.example/"));
     if (color("#FFF", 1).redComponent != 0)
         return 2;

@@ -12,7 +12,8 @@ struct TestServer::Native {
     std::vector<std::string> requests;
     std::string origin;
 
-    static void handle(SoupServer*, SoupServerMessage* message, const char* path, GHashTable*, gpointer data) noexcept
+    static void handle(
+        SoupServer*, SoupServerMessage* message, const char* path, GHashTable*, gpointer data) noexcept
     {
         auto* self = static_cast<Native*>(data);
         self->requests.emplace_back(path);
@@ -36,7 +37,8 @@ TestServer::TestServer()
         fatalError("the test server cannot listen");
     soup_server_add_handler(native->server, nullptr, &Native::handle, native.get(), nullptr);
     GSList* addresses = soup_server_get_uris(native->server);
-    native->origin = "http://127.0.0.1:" + std::to_string(g_uri_get_port(static_cast<GUri*>(addresses->data)));
+    native->origin =
+        "http://127.0.0.1:" + std::to_string(g_uri_get_port(static_cast<GUri*>(addresses->data)));
     g_slist_free_full(addresses, [](gpointer address) { g_uri_unref(static_cast<GUri*>(address)); });
 }
 

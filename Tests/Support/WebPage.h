@@ -35,10 +35,16 @@ public:
 class NavigationRecorder : public WKNavigationDelegate {
 public:
     void didStartProvisionalNavigation(WKWebView&) override { events.emplace_back("start"); }
-    void didReceiveServerRedirectForProvisionalNavigation(WKWebView&) override { events.emplace_back("redirect"); }
+    void didReceiveServerRedirectForProvisionalNavigation(WKWebView&) override
+    {
+        events.emplace_back("redirect");
+    }
     void didCommit(WKWebView&) override { events.emplace_back("commit"); }
     void didFinish(WKWebView&) override { events.emplace_back("finish"); }
-    void didFailProvisionalNavigation(WKWebView&, const Error& error) override { fail("fail provisional", error); }
+    void didFailProvisionalNavigation(WKWebView&, const Error& error) override
+    {
+        fail("fail provisional", error);
+    }
     void didFail(WKWebView&, const Error& error) override { fail("fail", error); }
     void webContentProcessDidTerminate(WKWebView&) override { events.emplace_back("process gone"); }
 
@@ -64,7 +70,7 @@ struct WebPage {
         static_cast<void>(NSApplication::shared());
         configuration = from ? std::move(from) : std::make_shared<WKWebViewConfiguration>();
         configuration->userContentController()->add(recorder, "test");
-        view = std::make_shared<WKWebView>(CGRect {{}, {800, 600}}, configuration);
+        view = std::make_shared<WKWebView>(CGRect{{}, {800, 600}}, configuration);
         view->setNavigationDelegate(navigation);
     }
 
@@ -77,12 +83,13 @@ struct WebPage {
     }
 
     /// What a script gives, once it has ended.
-    [[nodiscard]] std::pair<std::optional<Value>, std::optional<Error>> evaluate(const std::string& script) const
+    [[nodiscard]] std::pair<std::optional<Value>, std::optional<Error>> evaluate(
+        const std::string& script) const
     {
         std::optional<std::pair<std::optional<Value>, std::optional<Error>>> outcome;
         view->evaluateJavaScript(script, [&](auto result, auto error) { outcome.emplace(result, error); });
         if (!waitUntil([&] { return outcome.has_value(); }))
-            return {std::nullopt, Error {"test", 1, "the evaluation did not end"}};
+            return {std::nullopt, Error{"test", 1, "the evaluation did not end"}};
         return *outcome;
     }
 

@@ -1,6 +1,6 @@
-#include <LumoKit/Platform/WebKit/WKScriptMessage.h>
-
 #include "Support/WebPage.h"
+
+#include <LumoKit/Platform/WebKit/WKScriptMessage.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -26,7 +26,8 @@ protected:
 
     static Value posted(const std::string& expression)
     {
-        const auto body = page->messageAfter("webkit.messageHandlers.test.postMessage(" + expression + ");undefined");
+        const auto body =
+            page->messageAfter("webkit.messageHandlers.test.postMessage(" + expression + ");undefined");
         EXPECT_TRUE(body) << "nothing arrived for " << expression;
         return body.value_or(Value("nothing arrived"));
     }
@@ -66,19 +67,21 @@ TEST_F(ScriptMessageBody, ArrivesAsTheValueThatWasPosted)
         {"new Date(1500)", Value(Date(std::chrono::duration<double>(1.5)))},
         {"new Date(-86400000)", Value(Date(std::chrono::duration<double>(-86400)))},
         {"new Date(NaN)", Value()},
-        {"[]", Value(Value::Array {})},
-        {"[1, 'two', null, [3.5]]", Value(Value::Array {1, "two", Value(), Value::Array {3.5}})},
-        {"[1, , 3]", Value(Value::Array {1, Value(), 3})},
+        {"[]", Value(Value::Array{})},
+        {"[1, 'two', null, [3.5]]", Value(Value::Array{1, "two", Value(), Value::Array{3.5}})},
+        {"[1, , 3]", Value(Value::Array{1, Value(), 3})},
         {"({})", Value(empty)},
         {"({a: 1, b: {c: [true]}})",
-            Value(Value::Dictionary {{"a", 1}, {"b", Value::Dictionary {{"c", Value::Array {true}}}}})},
-        {"({'': 1, 'h\\u00e9': 2, 7: 3})", Value(Value::Dictionary {{"", 1}, {"hé", 2}, {"7", 3}})},
-        {"new String('boxed')", Value(Value::Dictionary {{"0", "b"}, {"1", "o"}, {"2", "x"}, {"3", "e"}, {"4", "d"}})},
+            Value(Value::Dictionary{{"a", 1}, {"b", Value::Dictionary{{"c", Value::Array{true}}}}})},
+        {"({'': 1, 'h\\u00e9': 2, 7: 3})", Value(Value::Dictionary{{"", 1}, {"hé", 2}, {"7", 3}})},
+        {"new String('boxed')",
+            Value(Value::Dictionary{{"0", "b"}, {"1", "o"}, {"2", "x"}, {"3", "e"}, {"4", "d"}})},
         {"/expression/", Value(empty)},
         {"new Map([[1, 2]])", Value(empty)},
     };
     for (const auto& [expression, expected] : cases)
-        EXPECT_EQ(posted(expression), expected) << expression << " arrived as " << posted(expression).description();
+        EXPECT_EQ(posted(expression), expected)
+            << expression << " arrived as " << posted(expression).description();
 }
 
 TEST_F(ScriptMessageBody, KeepsWhatIsNotANumber)
@@ -103,13 +106,15 @@ TEST_F(ScriptMessageBody, KeepsTenMegabytesOfText)
 TEST_F(ScriptMessageBody, ReadsACycleAsNull)
 {
     const Value body = posted("(() => { const a = {name: 'a'}; a.self = a; a.list = [a]; return a; })()");
-    EXPECT_EQ(body, Value(Value::Dictionary {{"name", "a"}, {"self", Value()}, {"list", Value::Array {Value()}}}));
+    EXPECT_EQ(
+        body, Value(Value::Dictionary{{"name", "a"}, {"self", Value()}, {"list", Value::Array{Value()}}}));
 }
 
 TEST_F(ScriptMessageBody, SharesWhatIsReferredToManyTimes)
 {
     // Written out, this tree has two to the fortieth leaves.
-    const Value body = posted("(() => { let t = {leaf: 1}; for (let i = 0; i < 40; ++i) t = {l: t, r: t}; return t; })()");
+    const Value body =
+        posted("(() => { let t = {leaf: 1}; for (let i = 0; i < 40; ++i) t = {l: t, r: t}; return t; })()");
     const Value* walk = &body;
     for (int depth = 0; depth < 40; ++depth) {
         ASSERT_TRUE(walk->asDictionary()) << depth;
@@ -120,7 +125,8 @@ TEST_F(ScriptMessageBody, SharesWhatIsReferredToManyTimes)
 
 TEST_F(ScriptMessageBody, ReadsNestingUpToItsLimit)
 {
-    const Value body = posted("(() => { let t = 'end'; for (let i = 0; i < 5000; ++i) t = [t]; return t; })()");
+    const Value body =
+        posted("(() => { let t = 'end'; for (let i = 0; i < 5000; ++i) t = [t]; return t; })()");
     const Value* walk = &body;
     int depth = 0;
     for (; walk->asArray() && !walk->asArray()->empty(); ++depth)
@@ -128,7 +134,8 @@ TEST_F(ScriptMessageBody, ReadsNestingUpToItsLimit)
     EXPECT_EQ(depth, Value::maximumDepth);
     EXPECT_TRUE(walk->isNull());
 
-    const Value shallow = posted("(() => { let t = 'end'; for (let i = 0; i < 512; ++i) t = [t]; return t; })()");
+    const Value shallow =
+        posted("(() => { let t = 'end'; for (let i = 0; i < 512; ++i) t = [t]; return t; })()");
     walk = &shallow;
     while (walk->asArray())
         walk = &(*walk)[0];
@@ -146,18 +153,19 @@ TEST_F(ScriptMessageBody, FillsTheHolesOfASparseArray)
 
 TEST_F(ScriptMessageBody, LargeTreesArriveWhole)
 {
-    const Value body = posted("Array.from({length: 20000}, (_, i) => ({id: i, tags: ['a', 'b'], at: {x: i / 2}}))");
+    const Value body =
+        posted("Array.from({length: 20000}, (_, i) => ({id: i, tags: ['a', 'b'], at: {x: i / 2}}))");
     ASSERT_TRUE(body.asArray());
     ASSERT_EQ(body.asArray()->size(), 20'000U);
     for (std::size_t index : {0U, 4096U, 19'999U}) {
         EXPECT_EQ(body[index]["id"], Value(static_cast<int>(index)));
-        EXPECT_EQ(body[index]["tags"], Value(Value::Array {"a", "b"}));
+        EXPECT_EQ(body[index]["tags"], Value(Value::Array{"a", "b"}));
         EXPECT_EQ(body[index]["at"]["x"].asNumber(), static_cast<double>(index) / 2);
     }
 }
 
-/// What a page may post that is no data. Each is posted in a try block; whether the page gets an exception or the host a
-/// message is the engine's affair, but the host stays whole and hears what is posted afterwards.
+/// What a page may post that is no data. Each is posted in a try block; whether the page gets an exception or
+/// the host a message is the engine's affair, but the host stays whole and hears what is posted afterwards.
 TEST_F(ScriptMessageBody, SurvivesWhatIsNoData)
 {
     const std::vector<const char*> hostile = {
@@ -186,18 +194,18 @@ TEST_F(ScriptMessageBody, SurvivesWhatIsNoData)
         "Object.assign(new Date(5), {extra: 1})",
     };
     for (const char* expression : hostile) {
-        const Value body = posted(
-            std::string("'go');try { webkit.messageHandlers.test.postMessage(") + expression + ") } catch (e) {}(0");
+        const Value body = posted(std::string("'go');try { webkit.messageHandlers.test.postMessage(")
+            + expression + ") } catch (e) {}(0");
         EXPECT_EQ(body, Value("go")) << expression;
-        EXPECT_TRUE(waitUntil([&] { return page->evaluate("'alive'").first == Value("alive"); })) << expression;
+        EXPECT_TRUE(waitUntil([&] { return page->evaluate("'alive'").first == Value("alive"); }))
+            << expression;
     }
 }
 
 TEST_F(ScriptMessageBody, NeverRunsAGetterTwice)
 {
     // A getter runs in the page when it posts; what the host reads is a copy.
-    const Value body
-        = posted("(() => { let calls = 0; return {get a() { return ++calls }} })()");
+    const Value body = posted("(() => { let calls = 0; return {get a() { return ++calls }} })()");
     const auto first = body["a"].asInteger();
     ASSERT_TRUE(first);
     EXPECT_EQ(body["a"].asInteger(), first);

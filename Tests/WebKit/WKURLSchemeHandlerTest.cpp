@@ -1,8 +1,7 @@
-#include <LumoKit/Platform/WebKit/WKURLSchemeHandler.h>
-
 #include "Support/WebPage.h"
 
 #include <LumoKit/Platform/Dispatch/DispatchQueue.h>
+#include <LumoKit/Platform/WebKit/WKURLSchemeHandler.h>
 
 #include <gtest/gtest.h>
 
@@ -36,7 +35,7 @@ public:
 Answering::Answer page(std::string html)
 {
     return [html = std::move(html)](const std::shared_ptr<WKURLSchemeTask>& task) {
-        task->didReceive(WKURLSchemeTask::Response {"text/html", "utf-8", 200});
+        task->didReceive(WKURLSchemeTask::Response{"text/html", "utf-8", 200});
         task->didReceive(html);
         task->didFinish();
     };
@@ -61,12 +60,13 @@ TEST(WKURLSchemeHandler, GivesAPageAnOriginAndStorage)
     SchemePage shown("lumo-test", page("<title>Bundled – é</title>"));
     shown.web->view->load(*URL::parse("lumo-test://host/index.html?a=1"));
     ASSERT_TRUE(waitUntil([&] { return shown.web->navigation->saw("finish"); }));
-    EXPECT_EQ(shown.handler->addresses, std::vector<std::string> {"lumo-test://host/index.html?a=1"});
-    EXPECT_EQ(shown.handler->views, std::vector<WKWebView*> {shown.web->view.get()});
+    EXPECT_EQ(shown.handler->addresses, std::vector<std::string>{"lumo-test://host/index.html?a=1"});
+    EXPECT_EQ(shown.handler->views, std::vector<WKWebView*>{shown.web->view.get()});
     EXPECT_EQ(shown.web->evaluate("document.title").first, Value("Bundled – é"));
     EXPECT_EQ(shown.web->evaluate("location.origin").first, Value("lumo-test://host"));
     EXPECT_EQ(shown.web->evaluate("isSecureContext").first, Value(true));
-    EXPECT_EQ(shown.web->evaluate("localStorage.setItem('k', 'v'), localStorage.getItem('k')").first, Value("v"));
+    EXPECT_EQ(
+        shown.web->evaluate("localStorage.setItem('k', 'v'), localStorage.getItem('k')").first, Value("v"));
 }
 
 TEST(WKURLSchemeHandler, AnswersLaterAndInPieces)
@@ -76,7 +76,7 @@ TEST(WKURLSchemeHandler, AnswersLaterAndInPieces)
     shown.web->view->load(*URL::parse("lumo-later://host/"));
     ASSERT_TRUE(waitUntil([&] { return waiting != nullptr; }));
     EXPECT_EQ(waiting->httpMethod(), "GET");
-    waiting->didReceive(WKURLSchemeTask::Response {"text/html", "utf-8", 200});
+    waiting->didReceive(WKURLSchemeTask::Response{"text/html", "utf-8", 200});
     waiting->didReceive("<title>in ");
     waiting->didReceive("pieces</title>");
     waiting->didFinish();
@@ -105,7 +105,7 @@ TEST(WKURLSchemeHandler, TellsThePageTheStatus)
 {
     SchemePage shown("lumo-status", [](const auto& task) {
         const bool root = task->url().path() == "/";
-        task->didReceive(WKURLSchemeTask::Response {"text/html", "utf-8", root ? 200 : 404});
+        task->didReceive(WKURLSchemeTask::Response{"text/html", "utf-8", root ? 200 : 404});
         task->didReceive(root ? "<p>root</p>" : "missing");
         task->didFinish();
     });
@@ -144,12 +144,14 @@ TEST(WKURLSchemeHandler, StopsOnASchemeThatItCannotHave)
 {
     WKWebViewConfiguration configuration;
     const auto handler = std::make_shared<Answering>(page(""));
-    EXPECT_DEATH(configuration.setURLSchemeHandler(handler, "https"), "'https' is a URL scheme that WKWebView handles natively");
+    EXPECT_DEATH(configuration.setURLSchemeHandler(handler, "https"),
+        "'https' is a URL scheme that WKWebView handles natively");
     EXPECT_DEATH(configuration.setURLSchemeHandler(handler, "File"), "handles natively");
     EXPECT_DEATH(configuration.setURLSchemeHandler(handler, "1x"), "'1x' is not a valid URL scheme");
     EXPECT_DEATH(configuration.setURLSchemeHandler(handler, ""), "'' is not a valid URL scheme");
     configuration.setURLSchemeHandler(handler, "mine");
-    EXPECT_DEATH(configuration.setURLSchemeHandler(handler, "MINE"), "'MINE' already has a registered URL scheme handler");
+    EXPECT_DEATH(configuration.setURLSchemeHandler(handler, "MINE"),
+        "'MINE' already has a registered URL scheme handler");
 }
 
 } // namespace

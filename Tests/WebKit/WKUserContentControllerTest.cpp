@@ -1,7 +1,7 @@
-#include <LumoKit/Platform/WebKit/WKUserContentController.h>
-
 #include "Support/TestServer.h"
 #include "Support/WebPage.h"
+
+#include <LumoKit/Platform/WebKit/WKUserContentController.h>
 
 #include <gtest/gtest.h>
 
@@ -17,8 +17,8 @@ TEST(WKUserContentController, DeliversMessagesUnderTheirNames)
     WebPage page;
     const auto other = std::make_shared<MessageRecorder>();
     page.configuration->userContentController()->add(other, "other");
-    ASSERT_TRUE(page.show(
-        "<script>webkit.messageHandlers.test.postMessage(1); webkit.messageHandlers.other.postMessage(2)</script>"));
+    ASSERT_TRUE(page.show("<script>webkit.messageHandlers.test.postMessage(1); "
+                          "webkit.messageHandlers.other.postMessage(2)</script>"));
     ASSERT_TRUE(waitUntil([&] { return !page.recorder->messages.empty() && !other->messages.empty(); }));
     EXPECT_EQ(page.recorder->messages.front().name, "test");
     EXPECT_EQ(page.recorder->messages.front().body, Value(1));
@@ -66,8 +66,10 @@ TEST(WKUserContentController, RunsUserScriptsAtTheirTimes)
     WebPage page;
     auto& controller = *page.configuration->userContentController();
     const std::string post = "webkit.messageHandlers.test.postMessage('";
-    controller.addUserScript({post + "end: ' + document.body.children.length)", WKUserScriptInjectionTime::atDocumentEnd});
-    controller.addUserScript({post + "start: ' + (document.body === null))", WKUserScriptInjectionTime::atDocumentStart});
+    controller.addUserScript(
+        {post + "end: ' + document.body.children.length)", WKUserScriptInjectionTime::atDocumentEnd});
+    controller.addUserScript(
+        {post + "start: ' + (document.body === null))", WKUserScriptInjectionTime::atDocumentStart});
     EXPECT_EQ(controller.userScripts().size(), 2U);
     ASSERT_TRUE(page.show("<body><p>one</p><p>two</p></body>"));
     ASSERT_TRUE(waitUntil([&] { return page.recorder->messages.size() >= 2; }));
@@ -95,12 +97,13 @@ TEST(WKUserContentController, LeavesInnerFramesAloneUnlessAsked)
     controller.addUserScript({script("main"), WKUserScriptInjectionTime::atDocumentEnd, true});
     controller.addUserScript({script("all"), WKUserScriptInjectionTime::atDocumentEnd, false});
     page.view->load(*URL::parse(server.origin() + "/"));
-    ASSERT_TRUE(waitUntil([&] { return page.recorder->messages.size() >= 3 && page.navigation->saw("finish"); }));
+    ASSERT_TRUE(
+        waitUntil([&] { return page.recorder->messages.size() >= 3 && page.navigation->saw("finish"); }));
     std::vector<std::string> seen;
     for (const auto& message : page.recorder->messages)
         seen.push_back(*message.body.asText());
     std::ranges::sort(seen);
-    EXPECT_EQ(seen, (std::vector<std::string> {"all /", "all /inner", "main /"}));
+    EXPECT_EQ(seen, (std::vector<std::string>{"all /", "all /inner", "main /"}));
 }
 
 TEST(WKUserContentController, KeepsHandlersAndIsKeptByTheView)

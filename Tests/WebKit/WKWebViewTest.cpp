@@ -1,10 +1,9 @@
-#include <LumoKit/Platform/WebKit/WKWebView.h>
-
 #include "Support/TestServer.h"
 #include "Support/WebPage.h"
 
 #include <LumoKit/Platform/ApplicationKit/NSWindow.h>
 #include <LumoKit/Platform/Native/Gtk.h>
+#include <LumoKit/Platform/WebKit/WKWebView.h>
 
 #include <gtest/gtest.h>
 #include <sys/types.h>
@@ -32,8 +31,8 @@ std::set<pid_t> webProcesses()
         std::string name;
         std::string state;
         pid_t parent = 0;
-        if (status >> identifier >> name >> state >> parent && parent == getpid() && name == "(WebKitWebProces)"
-            && state != "Z")
+        if (status >> identifier >> name >> state >> parent && parent == getpid()
+            && name == "(WebKitWebProces)" && state != "Z")
             found.insert(std::stoi(identifier));
     }
     return found;
@@ -47,7 +46,7 @@ TEST(WKWebView, ReportsANavigationInOrder)
     EXPECT_FALSE(page.view->url());
     page.view->load(*URL::parse(server.origin() + "/"));
     ASSERT_TRUE(waitUntil([&] { return page.navigation->saw("finish"); }));
-    EXPECT_EQ(page.navigation->events, (std::vector<std::string> {"start", "commit", "finish"}));
+    EXPECT_EQ(page.navigation->events, (std::vector<std::string>{"start", "commit", "finish"}));
     EXPECT_EQ(page.view->url()->absoluteString(), server.origin() + "/");
     EXPECT_TRUE(waitUntil([&] { return page.view->title() == "Title"; }));
     EXPECT_FALSE(page.view->isLoading());
@@ -61,7 +60,7 @@ TEST(WKWebView, AFailedLoadDoesNotFinish)
     ASSERT_TRUE(page.show("<p>after</p>")); // whatever else the engine says of the failure comes before this
     EXPECT_EQ(page.navigation->errors.size(), 1U);
     EXPECT_FALSE(page.navigation->errors[0].description.empty());
-    EXPECT_EQ(page.navigation->events, (std::vector<std::string> {"start", "commit", "finish"}));
+    EXPECT_EQ(page.navigation->events, (std::vector<std::string>{"start", "commit", "finish"}));
 }
 
 TEST(WKWebView, AFailedLoadLeavesThePageAlone)
@@ -110,7 +109,7 @@ TEST(WKWebView, LetsTheDelegateRefuse)
     delegate->decide = {};
     page.view->load(*URL::parse(server.origin() + "/dropped"));
     ASSERT_TRUE(waitUntil([&] { return delegate->saw("finish", 2); }));
-    EXPECT_EQ(server.requests(), (std::vector<std::string> {"/later", "/dropped"}));
+    EXPECT_EQ(server.requests(), (std::vector<std::string>{"/later", "/dropped"}));
 }
 
 TEST(WKWebView, GoesBackAndForward)
@@ -150,8 +149,8 @@ TEST(WKWebView, TellsObserversOfItsTitleAndProgress)
     std::vector<std::pair<Value, Value>> titles;
     bool wasLoading = false;
     double progress = 0;
-    const auto title = page.view->observe(
-        "title", [&](const KeyValueChange& change) { titles.emplace_back(change.oldValue, change.newValue); });
+    const auto title = page.view->observe("title",
+        [&](const KeyValueChange& change) { titles.emplace_back(change.oldValue, change.newValue); });
     const auto loading = page.view->observe(
         "loading", [&](const KeyValueChange& change) { wasLoading |= change.newValue == Value(true); });
     const auto estimated = page.view->observe("estimatedProgress",
@@ -173,7 +172,7 @@ TEST(WKWebView, EvaluatesWithValueOrError)
     WebPage page;
     ASSERT_TRUE(page.show("<p>page</p>"));
     EXPECT_EQ(page.evaluate("({a: [1, 'x', null]})").first,
-        Value(Value::Dictionary {{"a", Value::Array {1, "x", Value()}}}));
+        Value(Value::Dictionary{{"a", Value::Array{1, "x", Value()}}}));
     const auto nothing = page.evaluate("undefined");
     EXPECT_FALSE(nothing.first);
     EXPECT_FALSE(nothing.second);
@@ -200,10 +199,11 @@ TEST(WKWebView, EndsPendingEvaluationsWhenItIsReleased)
     ASSERT_TRUE(page->show("<p>page</p>"));
     int calls = 0;
     bool failed = false;
-    page->view->evaluateJavaScript("for (const end = Date.now() + 300; Date.now() < end;) ; 1", [&](auto&&, auto error) {
-        ++calls;
-        failed = error.has_value();
-    });
+    page->view->evaluateJavaScript(
+        "for (const end = Date.now() + 300; Date.now() < end;) ; 1", [&](auto&&, auto error) {
+            ++calls;
+            failed = error.has_value();
+        });
     page.reset();
     ASSERT_TRUE(waitUntil([&] { return calls > 0; }));
     EXPECT_EQ(calls, 1);
@@ -219,7 +219,8 @@ TEST(WKWebView, LeavesNothingBehindWhenItsWindowCloses)
     ASSERT_TRUE(page->show("<p>page</p>"));
 
     bool widgetGone = false;
-    g_object_weak_ref(G_OBJECT(webKitWebView(*page->view)),
+    g_object_weak_ref(
+        G_OBJECT(webKitWebView(*page->view)),
         +[](gpointer flag, GObject*) { *static_cast<bool*>(flag) = true; }, &widgetGone);
     const std::weak_ptr<WKWebView> view = page->view;
     const std::weak_ptr<WKUserContentController> controller = page->configuration->userContentController();
@@ -257,8 +258,8 @@ TEST(WKWebView, CanBeReleasedByItsOwnCallbacks)
         page->recorder->onMessage = [&](const WKScriptMessage&) { delegate->release("message"); };
         const std::weak_ptr<WKWebView> weak = page->view;
         page->view->setNavigationDelegate(delegate);
-        page->view->loadHTMLString(
-            "<script>webkit.messageHandlers.test.postMessage(1)</script>", URL::parse("https://page.example/"));
+        page->view->loadHTMLString("<script>webkit.messageHandlers.test.postMessage(1)</script>",
+            URL::parse("https://page.example/"));
         delegate->view = std::exchange(page->view, nullptr);
         EXPECT_TRUE(waitUntil([&] { return weak.expired(); })) << event;
     }

@@ -1,6 +1,6 @@
-#include <LumoKit/WebView/BundleResources.h>
-
 #include "Support/WebPage.h"
+
+#include <LumoKit/WebView/BundleResources.h>
 
 #include <gtest/gtest.h>
 
@@ -22,8 +22,9 @@ protected:
         const fs::path resources = folder / "Test.app" / "Contents" / "Resources";
         fs::create_directories(resources / "sub");
         write(folder / "secret.txt", "secret");
-        write(resources / "index.html", "<!DOCTYPE html><title>bundled</title><link rel=stylesheet href=style.css>"
-                                        "<script type=module src='sub/main.js'></script>");
+        write(resources / "index.html",
+            "<!DOCTYPE html><title>bundled</title><link rel=stylesheet href=style.css>"
+            "<script type=module src='sub/main.js'></script>");
         write(resources / "style.css", "body { color: rgb(1, 2, 3) }");
         write(resources / "sub" / "main.js", "import {name} from './other.mjs'; document.body.id = name");
         write(resources / "sub" / "other.mjs", "export const name = 'module'");
@@ -65,7 +66,7 @@ TEST_F(BundleResourcesTest, ServesNothingFromOutside)
 {
     page->view->load(*URL::parse("lumo-bundle://app/index.html"));
     ASSERT_TRUE(waitUntil([&] { return page->navigation->saw("finish"); }));
-    EXPECT_EQ(fetched("/a%20b%25c.txt"), Value(Value::Array {200, "odd name"}));
+    EXPECT_EQ(fetched("/a%20b%25c.txt"), Value(Value::Array{200, "odd name"}));
     for (const char* address : {"/missing.txt", "/link.txt", "/sub", "/..%2f..%2f..%2fsecret.txt",
              "/%2e%2e/%2e%2e/%2e%2e/secret.txt", "/sub/%00", "/%2fetc%2fpasswd", "/..%2f..%2fInfo.plist"})
         EXPECT_EQ(fetched(address)[0], Value(404)) << address;

@@ -1,9 +1,8 @@
-#include <LumoKit/WebView/ProxyWebView.h>
-
 #include "Support/TestServer.h"
 #include "Support/Waiting.h"
 
 #include <LumoKit/Platform/ApplicationKit/NSApplication.h>
+#include <LumoKit/WebView/ProxyWebView.h>
 
 #include <gtest/gtest.h>
 
@@ -47,7 +46,7 @@ TEST_F(ProxyWebViewTest, ReportsARedirectChainHopByHop)
     server.serveHTML("/c", "<p>c</p>");
     ASSERT_TRUE(finishes(server.origin() + "/a"));
     EXPECT_EQ(events,
-        (std::vector<Event> {
+        (std::vector<Event>{
             {NavigationType::startLoad, server.origin() + "/a"},
             {NavigationType::redirect, server.origin() + "/b"},
             {NavigationType::redirect, server.origin() + "/c"},
@@ -64,7 +63,7 @@ TEST_F(ProxyWebViewTest, ReportsAFailedLoadAsOneThatNeverFinishes)
     ASSERT_TRUE(waitUntil([&] { return events.size() == 2; }));
     ASSERT_TRUE(finishes(server.origin() + "/"));
     EXPECT_EQ(events,
-        (std::vector<Event> {
+        (std::vector<Event>{
             {NavigationType::startLoad, server.origin() + "/gone"},
             {NavigationType::redirect, refused},
             {NavigationType::startLoad, server.origin() + "/"},
@@ -91,14 +90,15 @@ TEST_F(ProxyWebViewTest, ReadsTheHandlerAtEachEvent)
     };
     view->load(*URL::parse(server.origin() + "/"));
     ASSERT_TRUE(waitUntil([&] { return !later.empty(); }));
-    EXPECT_EQ(later, std::vector<NavigationType> {NavigationType::finishLoad});
+    EXPECT_EQ(later, std::vector<NavigationType>{NavigationType::finishLoad});
 }
 
 TEST_F(ProxyWebViewTest, SaysNothingWhileItsAddressIsEmpty)
 {
     ASSERT_FALSE(view->url());
     for (const auto event : {&WKNavigationDelegate::didStartProvisionalNavigation,
-             &WKNavigationDelegate::didReceiveServerRedirectForProvisionalNavigation, &WKNavigationDelegate::didFinish})
+             &WKNavigationDelegate::didReceiveServerRedirectForProvisionalNavigation,
+             &WKNavigationDelegate::didFinish})
         (static_cast<WKNavigationDelegate&>(*view).*event)(*view);
     EXPECT_TRUE(events.empty());
 
@@ -134,12 +134,14 @@ TEST_F(ProxyWebViewTest, DiesWhenReleasedThoughItIsItsOwnDelegate)
 TEST_F(ProxyWebViewTest, CannotBeMadeFromAnArchive)
 {
     NSCoder coder;
-    EXPECT_DEATH(static_cast<void>(ProxyWebView::create(coder)), "ProxyWebView\\.cpp:[0-9]+: Fatal error: \n");
+    EXPECT_DEATH(
+        static_cast<void>(ProxyWebView::create(coder)), "ProxyWebView\\.cpp:[0-9]+: Fatal error: \n");
 }
 
 TEST_F(ProxyWebViewTest, CannotBeMadeWithAFrame)
 {
-    EXPECT_DEATH(static_cast<void>(ProxyWebView::create(CGRect(), std::make_shared<WKWebViewConfiguration>())),
+    EXPECT_DEATH(
+        static_cast<void>(ProxyWebView::create(CGRect(), std::make_shared<WKWebViewConfiguration>())),
         "Fatal error: Use of unimplemented initializer 'init\\(frame:configuration:\\)' for class "
         "'LumoKit\\.ProxyWebView'\n");
 }

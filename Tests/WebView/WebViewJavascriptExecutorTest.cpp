@@ -1,8 +1,7 @@
-#include <LumoKit/WebView/WebViewJavascriptExecutor.h>
-
 #include "Support/WebPage.h"
 
 #include <LumoKit/Platform/Foundation/Print.h>
+#include <LumoKit/WebView/WebViewJavascriptExecutor.h>
 
 #include <gtest/gtest.h>
 
@@ -27,7 +26,7 @@ protected:
     }
 
     WebPage page;
-    WebViewJavascriptExecutor executor {page.view};
+    WebViewJavascriptExecutor executor{page.view};
 };
 
 TEST_F(WebViewJavascriptExecutorTest, PrintsAResult)

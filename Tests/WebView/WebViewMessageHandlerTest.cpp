@@ -1,6 +1,6 @@
-#include <LumoKit/WebView/WebViewMessageHandler.h>
-
 #include "Support/WebPage.h"
+
+#include <LumoKit/WebView/WebViewMessageHandler.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -35,7 +35,8 @@ public:
 
     [[nodiscard]] std::string messageName() const override { return name; }
 
-    void handleMessage(const std::string& messageName, const Value& messageBody, const Services& dependencies) override
+    void handleMessage(
+        const std::string& messageName, const Value& messageBody, const Services& dependencies) override
     {
         calls.push_back({messageName, messageBody, &dependencies, dependencies.name});
     }
@@ -50,7 +51,7 @@ using Registry = WebViewMessageHandler<Services>;
 
 std::shared_ptr<Registry> makeRegistry(Registry::Handlers handlers)
 {
-    return std::make_shared<Registry>(Services {"services"}, std::move(handlers));
+    return std::make_shared<Registry>(Services{"services"}, std::move(handlers));
 }
 
 void deliver(Registry& registry, const std::string& name, Value body = {})
@@ -83,12 +84,13 @@ TEST(WebViewMessageHandler, RoutesMessagesOfARealPage)
     const auto configuration = std::make_shared<WKWebViewConfiguration>();
     makeRegistry({opened, closed})->registerHandlers(*configuration);
     WebPage page(configuration);
-    ASSERT_TRUE(page.show("<script>const h = webkit.messageHandlers;"
-                          "h.closed.postMessage(null); h.opened.postMessage({id: 7}); h.closed.postMessage([1])</script>"));
+    ASSERT_TRUE(page.show(
+        "<script>const h = webkit.messageHandlers;"
+        "h.closed.postMessage(null); h.opened.postMessage({id: 7}); h.closed.postMessage([1])</script>"));
     ASSERT_TRUE(waitUntil([&] { return opened->calls.size() == 1 && closed->calls.size() == 2; }));
-    EXPECT_EQ(opened->calls[0].messageBody, Value(Value::Dictionary {{"id", 7}}));
+    EXPECT_EQ(opened->calls[0].messageBody, Value(Value::Dictionary{{"id", 7}}));
     EXPECT_EQ(closed->calls[0].messageBody, Value());
-    EXPECT_EQ(closed->calls[1].messageBody, Value(Value::Array {1}));
+    EXPECT_EQ(closed->calls[1].messageBody, Value(Value::Array{1}));
 }
 
 TEST(WebViewMessageHandler, HandsTheSameDependenciesToEveryCall)
@@ -116,7 +118,7 @@ TEST(WebViewMessageHandler, RegistersInListOrderAndKeepsTheList)
     const auto registry = makeRegistry({b, a});
     WKWebViewConfiguration configuration;
     registry->registerHandlers(configuration);
-    EXPECT_EQ(registry->unregisteredHandlers, (Registry::Handlers {b, a}));
+    EXPECT_EQ(registry->unregisteredHandlers, (Registry::Handlers{b, a}));
     deliver(*registry, "a");
     EXPECT_EQ(a->calls.size(), 1U);
 }
@@ -130,20 +132,24 @@ TEST(WebViewMessageHandler, RegistersNothingBeforeItIsTold)
 TEST(WebViewMessageHandler, StopsOnANameThatIsTaken)
 {
     const auto configuration = std::make_shared<WKWebViewConfiguration>();
-    const auto registry
-        = makeRegistry({std::make_shared<Handler>("one"), std::make_shared<Handler>("two"), std::make_shared<Handler>("one")});
+    const auto registry = makeRegistry({std::make_shared<Handler>("one"), std::make_shared<Handler>("two"),
+        std::make_shared<Handler>("one")});
     EXPECT_DEATH(registry->registerHandlers(*configuration),
-        "Sources/WebView/WebViewMessageHandler\\.cpp:[0-9]+: Fatal error: An handler for message 'one' already exists!\n");
+        "Sources/WebView/WebViewMessageHandler\\.cpp:[0-9]+: Fatal error: An handler for message 'one' "
+        "already exists!\n");
 }
 
 TEST(WebViewMessageHandler, StopsWhenRegisteredASecondTime)
 {
-    const auto registry = makeRegistry({std::make_shared<Handler>("opened"), std::make_shared<Handler>("closed")});
+    const auto registry =
+        makeRegistry({std::make_shared<Handler>("opened"), std::make_shared<Handler>("closed")});
     WKWebViewConfiguration first;
     registry->registerHandlers(first);
     WKWebViewConfiguration second;
-    EXPECT_DEATH(registry->registerHandlers(first), "Fatal error: An handler for message 'opened' already exists!\n");
-    EXPECT_DEATH(registry->registerHandlers(second), "Fatal error: An handler for message 'opened' already exists!\n");
+    EXPECT_DEATH(
+        registry->registerHandlers(first), "Fatal error: An handler for message 'opened' already exists!\n");
+    EXPECT_DEATH(
+        registry->registerHandlers(second), "Fatal error: An handler for message 'opened' already exists!\n");
 }
 
 /// The name reaches the platform before the registry checks it.
@@ -173,7 +179,8 @@ TEST(WebViewMessageHandler, StopsOnAMessageWithoutAHandler)
     WKWebViewConfiguration configuration;
     registry->registerHandlers(configuration);
     EXPECT_DEATH(deliver(*registry, "anything"),
-        "Sources/WebView/WebViewMessageHandler\\.cpp:[0-9]+: Fatal error: No hanlder found for message: message\\.name\n");
+        "Sources/WebView/WebViewMessageHandler\\.cpp:[0-9]+: Fatal error: No hanlder found for message: "
+        "message\\.name\n");
 }
 
 TEST(WebViewMessageHandler, StopsOnDependenciesOfAnotherType)
@@ -186,13 +193,15 @@ TEST(WebViewMessageHandler, StopsOnDependenciesOfAnotherType)
     const auto registry = makeRegistry({std::make_shared<Mistaken>()});
     WKWebViewConfiguration configuration;
     registry->registerHandlers(configuration); // nothing is checked yet
-    EXPECT_DEATH(deliver(*registry, "mistaken"), "Fatal error: Could not cast value of type '.*Services' to '.*Other'\n");
+    EXPECT_DEATH(deliver(*registry, "mistaken"),
+        "Fatal error: Could not cast value of type '.*Services' to '.*Other'\n");
 }
 
 TEST(WebViewMessageHandler, HasNoParameterlessConstructor)
 {
     EXPECT_DEATH(static_cast<void>(std::make_shared<Registry>()),
-        "Fatal error: Use of unimplemented initializer 'init\\(\\)' for class 'LumoKit\\.WebViewMessageHandler'\n");
+        "Fatal error: Use of unimplemented initializer 'init\\(\\)' for class "
+        "'LumoKit\\.WebViewMessageHandler'\n");
 }
 
 // Services behind interfaces: a handler that needs one service knows nothing of the host's container.
@@ -235,8 +244,8 @@ template <class Dependencies> void expectServices(Dependencies dependencies)
     static_cast<void>(NSApplication::shared());
     const auto greeting = std::make_shared<GreetingHandler>("greet");
     const auto farewell = std::make_shared<FarewellHandler>("part");
-    const auto registry = std::make_shared<WebViewMessageHandler<Dependencies>>(std::move(dependencies),
-        std::vector<std::shared_ptr<AnyScriptMessageHandler>> {greeting, farewell});
+    const auto registry = std::make_shared<WebViewMessageHandler<Dependencies>>(
+        std::move(dependencies), std::vector<std::shared_ptr<AnyScriptMessageHandler>>{greeting, farewell});
     WKWebViewConfiguration configuration;
     registry->registerHandlers(configuration);
     WKUserContentController controller;
@@ -257,12 +266,13 @@ TEST(WebViewMessageHandler, StopsOnAServiceThatTheContainerLacks)
     class OnlyGreets : public HasGreeting {
         [[nodiscard]] std::string greeting() const override { return "hello"; }
     };
-    const auto registry = std::make_shared<WebViewMessageHandler<OnlyGreets>>(
-        OnlyGreets(), std::vector<std::shared_ptr<AnyScriptMessageHandler>> {std::make_shared<FarewellHandler>("part")});
+    const auto registry = std::make_shared<WebViewMessageHandler<OnlyGreets>>(OnlyGreets(),
+        std::vector<std::shared_ptr<AnyScriptMessageHandler>>{std::make_shared<FarewellHandler>("part")});
     WKWebViewConfiguration configuration;
     registry->registerHandlers(configuration);
     WKUserContentController controller;
-    EXPECT_DEATH(registry->userContentController(controller, {"part", {}}), "Fatal error: Could not cast value of type");
+    EXPECT_DEATH(registry->userContentController(controller, {"part", {}}),
+        "Fatal error: Could not cast value of type");
 }
 
 TEST(WebViewMessageHandler, LivesAndDiesWithTheView)

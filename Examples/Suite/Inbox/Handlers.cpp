@@ -51,14 +51,18 @@ class ConversationDoneHandler : public ScriptMessageHandler<HasInbox> {
 
 class PaintedHandler : public ScriptMessageHandler<HasInbox> {
     [[nodiscard]] std::string messageName() const override { return "painted"; }
-    void handleMessage(const std::string&, const Value&, const HasInbox& inbox) override { inbox.pagePainted(); }
+    void handleMessage(const std::string&, const Value&, const HasInbox& inbox) override
+    {
+        inbox.pagePainted();
+    }
 };
 
 class PageErrorHandler : public ScriptMessageHandler<HasInbox> {
     [[nodiscard]] std::string messageName() const override { return "pageError"; }
     void handleMessage(const std::string&, const Value& body, const HasInbox& inbox) override
     {
-        inbox.pageFailed(textOf(body["message"]), textOf(body["source"]), body["line"].asInteger().value_or(0));
+        inbox.pageFailed(
+            textOf(body["message"]), textOf(body["source"]), body["line"].asInteger().value_or(0));
     }
 };
 

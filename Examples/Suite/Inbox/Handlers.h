@@ -22,10 +22,12 @@ public:
     virtual void conversationOpened(const Conversation& conversation) const = 0;
     virtual void conversationDone(const std::string& id, bool done) const = 0;
     virtual void pagePainted() const = 0;
-    virtual void pageFailed(const std::string& message, const std::string& source, std::int64_t line) const = 0;
+    virtual void pageFailed(
+        const std::string& message, const std::string& source, std::int64_t line) const = 0;
 };
 
-/// One handler for each message of the page. A message whose body is not as agreed is dropped: the page is not trusted.
+/// One handler for each message of the page. A message whose body is not as agreed is dropped: the page is
+/// not trusted.
 [[nodiscard]] std::vector<std::shared_ptr<LumoKit::AnyScriptMessageHandler>> makeInboxHandlers();
 
 } // namespace LumoSuite

@@ -10,7 +10,7 @@ using namespace LumoKit;
 
 namespace {
 
-constexpr CGSize windowSize {1180, 760};
+constexpr CGSize windowSize{1180, 760};
 constexpr double barHeight = 46;
 
 /// What the handlers of the page's messages get: a way to the application that does not keep it.
@@ -22,8 +22,14 @@ public:
     }
     void inboxReady(std::int64_t conversations) const override { tell(&HasInbox::inboxReady, conversations); }
     void unreadCountChanged(std::int64_t count) const override { tell(&HasInbox::unreadCountChanged, count); }
-    void conversationOpened(const Conversation& opened) const override { tell(&HasInbox::conversationOpened, opened); }
-    void conversationDone(const std::string& id, bool done) const override { tell(&HasInbox::conversationDone, id, done); }
+    void conversationOpened(const Conversation& opened) const override
+    {
+        tell(&HasInbox::conversationOpened, opened);
+    }
+    void conversationDone(const std::string& id, bool done) const override
+    {
+        tell(&HasInbox::conversationDone, id, done);
+    }
     void pagePainted() const override { tell(&HasInbox::pagePainted); }
     void pageFailed(const std::string& message, const std::string& source, std::int64_t line) const override
     {
@@ -32,7 +38,8 @@ public:
 
 private:
     template <class... Arguments>
-    void tell(void (HasInbox::*message)(Arguments...) const, const std::type_identity_t<Arguments>&... arguments) const
+    void tell(void (HasInbox::*message)(Arguments...) const,
+        const std::type_identity_t<Arguments>&... arguments) const
     {
         if (const auto alive = application.lock())
             ((*alive).*message)(arguments...);
@@ -59,12 +66,13 @@ void InboxApplication::start()
     const auto configuration = std::make_shared<WKWebViewConfiguration>();
     configuration->developerExtrasEnabled = true;
     configuration->setURLSchemeHandler(std::make_shared<BundleResources>(Bundle::main()), "lumo-inbox");
-    const auto registry
-        = std::make_shared<WebViewMessageHandler<InboxDependencies>>(InboxDependencies(shared_from_this()), makeInboxHandlers());
+    const auto registry = std::make_shared<WebViewMessageHandler<InboxDependencies>>(
+        InboxDependencies(shared_from_this()), makeInboxHandlers());
     registry->registerHandlers(*configuration);
 
     view = ProxyWebView::create(configuration)->updated([this](const std::shared_ptr<ProxyWebView>& made) {
-        made->navigationHandler = [weak = weak_from_this()](ProxyWebView::NavigationType type, const URL& url) {
+        made->navigationHandler = [weak = weak_from_this()](
+                                      ProxyWebView::NavigationType type, const URL& url) {
             if (const auto application = weak.lock())
                 application->navigated(type, url);
         };
@@ -83,7 +91,7 @@ void InboxApplication::start()
         });
     } else {
         button = std::make_shared<NSButton>(
-            "Mark as Done", CGRect {{windowSize.width - 148, windowSize.height - bar + 7}, {136, 32}});
+            "Mark as Done", CGRect{{windowSize.width - 148, windowSize.height - bar + 7}, {136, 32}});
         button->setAutoresizing({.minXMargin = true, .minYMargin = true});
         button->setEnabled(false);
         button->setAction([weak = weak_from_this()](NSButton&) {

@@ -24,7 +24,8 @@ class InboxApplication : public LumoKit::NSApplicationDelegate,
                          public HasInbox,
                          public std::enable_shared_from_this<InboxApplication> {
 public:
-    /// Shows `page`, or the inbox of the suite's service where there is none. `report` is told what happens, a line each.
+    /// Shows `page`, or the inbox of the suite's service where there is none. `report` is told what happens,
+    /// a line each.
     InboxApplication(std::optional<LumoKit::URL> page, std::function<void(const std::string&)> report);
 
     /// Puts the window on the screen and starts loading.

@@ -21,18 +21,20 @@ Tour::Step awaitPainting(const std::weak_ptr<InboxApplication>& application)
 {
     return {"the page is painted",
         run(application,
-            "requestAnimationFrame(() => requestAnimationFrame(() => webkit.messageHandlers.painted.postMessage(null)));"
+            "requestAnimationFrame(() => requestAnimationFrame(() => "
+            "webkit.messageHandlers.painted.postMessage(null)));"
             "undefined"),
         "page painted"};
 }
 
-Tour::Step savePicture(const std::weak_ptr<InboxApplication>& application, const std::filesystem::path& picture,
-    const std::function<void(const std::string&)>& report)
+Tour::Step savePicture(const std::weak_ptr<InboxApplication>& application,
+    const std::filesystem::path& picture, const std::function<void(const std::string&)>& report)
 {
     const auto act = [application, picture, report] {
         if (const auto alive = application.lock())
-            saveScreenshot(alive->window(), picture,
-                [report, picture](bool saved) { report((saved ? "picture saved: " : "no picture: ") + picture.string()); });
+            saveScreenshot(alive->window(), picture, [report, picture](bool saved) {
+                report((saved ? "picture saved: " : "no picture: ") + picture.string());
+            });
     };
     return {"the picture is saved", act, "picture saved"};
 }
@@ -67,7 +69,9 @@ std::vector<Tour::Step> inboxTour(const std::weak_ptr<InboxApplication>& applica
         awaitPainting(application),
         savePicture(application, picture, report),
         {"the native button marks it done", click, "conversation done"},
-        {"an error of the page reaches the host", run(application, "setTimeout(() => { throw new Error('on purpose') }); undefined"), "page error: "},
+        {"an error of the page reaches the host",
+            run(application, "setTimeout(() => { throw new Error('on purpose') }); undefined"),
+            "page error: "},
         closeWindow(application),
     };
 }

@@ -2,8 +2,8 @@
 //
 //   Inbox [--page URL] [--tour PICTURE]
 //
-// --page hosts another address; --tour walks through the application by itself, saves a picture, and exits 0 only if
-// everything was seen.
+// --page hosts another address; --tour walks through the application by itself, saves a picture, and exits 0
+// only if everything was seen.
 
 #include "InboxApplication.h"
 #include "InboxTour.h"
@@ -60,8 +60,8 @@ int main(int count, char** arguments)
     bool complete = true;
     if (options->picture) {
         complete = false;
-        tour = std::make_shared<Tour>((options->page ? pageTour : inboxTour)(inbox, *options->picture, report),
-            [&](bool everything) {
+        tour = std::make_shared<Tour>(
+            (options->page ? pageTour : inboxTour)(inbox, *options->picture, report), [&](bool everything) {
                 complete = everything;
                 if (!everything)
                     application.terminate();

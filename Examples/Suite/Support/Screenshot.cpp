@@ -20,8 +20,8 @@ Picture pictureOf(const NSWindow& window)
     GdkWindow* surface = gtk_widget_get_window(GTK_WIDGET(gtkWindow(window)));
     if (!surface)
         return nullptr;
-    return Picture(
-        gdk_pixbuf_get_from_window(surface, 0, 0, gdk_window_get_width(surface), gdk_window_get_height(surface)));
+    return Picture(gdk_pixbuf_get_from_window(
+        surface, 0, 0, gdk_window_get_width(surface), gdk_window_get_height(surface)));
 }
 
 std::vector<guchar> pixelsOf(const Picture& picture)
@@ -69,8 +69,8 @@ void attempt(const std::shared_ptr<Attempt>& state)
 
 } // namespace
 
-void saveScreenshot(
-    const std::shared_ptr<NSWindow>& window, const std::filesystem::path& file, std::function<void(bool)> saved)
+void saveScreenshot(const std::shared_ptr<NSWindow>& window, const std::filesystem::path& file,
+    std::function<void(bool)> saved)
 {
     attempt(std::make_shared<Attempt>(window, file, std::move(saved), std::vector<guchar>()));
 }

@@ -24,20 +24,20 @@ std::expected<std::string, Error> firstLine(int output)
 {
     std::string line;
     char character = 0;
-    pollfd ready {output, POLLIN, 0};
+    pollfd ready{output, POLLIN, 0};
     while (::poll(&ready, 1, 10'000) > 0 && ::read(output, &character, 1) == 1 && line.size() < 1000) {
         if (character == '\n')
             return line;
         line += character;
     }
-    return std::unexpected(Error {"LumoSuite.Service", 1, "The service did not say where it listens"});
+    return std::unexpected(Error{"LumoSuite.Service", 1, "The service did not say where it listens"});
 }
 
 std::expected<std::string, Error> originIn(const std::expected<std::string, Error>& line)
 {
     static constexpr std::string_view prefix = "listening on ";
     if (line && !line->starts_with(prefix))
-        return std::unexpected(Error {"LumoSuite.Service", 2, "The service said: " + *line});
+        return std::unexpected(Error{"LumoSuite.Service", 2, "The service said: " + *line});
     return line ? std::expected<std::string, Error>(line->substr(prefix.size())) : line;
 }
 
@@ -46,10 +46,10 @@ std::expected<std::string, Error> originIn(const std::expected<std::string, Erro
 ServiceProcess::ServiceProcess(
     const std::filesystem::path& executable, const std::filesystem::path& pages, const Started& started)
 {
-    std::array<int, 2> toChild {};
-    std::array<int, 2> fromChild {};
+    std::array<int, 2> toChild{};
+    std::array<int, 2> fromChild{};
     if (::pipe2(toChild.data(), O_CLOEXEC) || ::pipe2(fromChild.data(), O_CLOEXEC)) {
-        started(std::unexpected(Error {"LumoSuite.Service", errno, std::strerror(errno)}));
+        started(std::unexpected(Error{"LumoSuite.Service", errno, std::strerror(errno)}));
         return;
     }
     posix_spawn_file_actions_t actions;
@@ -69,7 +69,7 @@ ServiceProcess::ServiceProcess(
     if (error) {
         process = -1;
         ::close(fromChild[0]);
-        started(std::unexpected(Error {"LumoSuite.Service", error, std::strerror(error)}));
+        started(std::unexpected(Error{"LumoSuite.Service", error, std::strerror(error)}));
         return;
     }
     // The wait for the service's word happens beside the main thread.

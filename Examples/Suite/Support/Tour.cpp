@@ -62,8 +62,8 @@ bool Tour::takeStep()
         if (step.act)
             step.act();
     }
-    const auto seen
-        = std::ranges::find_if(events, [&](const std::string& event) { return event.starts_with(step.expected); });
+    const auto seen = std::ranges::find_if(
+        events, [&](const std::string& event) { return event.starts_with(step.expected); });
     if (seen == events.end())
         return false;
     events.erase(seen);

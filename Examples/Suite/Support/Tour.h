@@ -7,8 +7,8 @@
 
 namespace LumoSuite {
 
-/// A scripted walk through an application: a list of steps, each of which does something and then waits until something was
-/// seen. It prints a line a step, and ends the first time that a step is not seen.
+/// A scripted walk through an application: a list of steps, each of which does something and then waits until
+/// something was seen. It prints a line a step, and ends the first time that a step is not seen.
 ///
 /// Thread: the main thread.
 class Tour : public std::enable_shared_from_this<Tour> {
@@ -28,7 +28,8 @@ public:
     /// Takes the first step.
     void start();
 
-    /// Something happened in the application. Events that come before their step is reached count for it all the same.
+    /// Something happened in the application. Events that come before their step is reached count for it all
+    /// the same.
     void saw(const std::string& event);
 
 private:
