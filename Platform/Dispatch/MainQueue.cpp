@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <deque>
 #include <iterator>
+#include <map>
 #include <mutex>
 
 namespace LumoKit {
@@ -31,6 +32,12 @@ public:
         g_source_set_can_recurse(source, TRUE); // a modal loop inside a piece of work goes on with the queue
         g_source_add_unix_fd(source, wakeUp, G_IO_IN);
         g_source_attach(source, nullptr);
+
+        timer = g_source_new(&timerFunctions, sizeof(Drain));
+        reinterpret_cast<Drain*>(timer)->queue = this;
+        g_source_set_static_name(timer, "LumoKit delayed work");
+        g_source_set_can_recurse(timer, TRUE);
+        g_source_attach(timer, nullptr);
     }
 
     void async(Work work) override
@@ -47,17 +54,12 @@ public:
 
     void asyncAfter(DispatchTime deadline, Work work) override
     {
-        using namespace std::chrono;
-        const auto wait = duration_cast<microseconds>(deadline - steady_clock::now()).count();
-        if (wait <= 0)
+        if (deadline <= std::chrono::steady_clock::now())
             return async(std::move(work));
-        GSource* timer = g_source_new(&delayedFunctions, sizeof(Delayed));
-        reinterpret_cast<Delayed*>(timer)->work = new Work(std::move(work));
-        reinterpret_cast<Delayed*>(timer)->queue = this;
-        g_source_set_static_name(timer, "LumoKit delayed work");
-        g_source_set_ready_time(timer, g_get_monotonic_time() + wait + 1); // never early
-        g_source_attach(timer, nullptr);
-        g_source_unref(timer);
+        const std::lock_guard lock(mutex);
+        const auto place = delayed.emplace(deadline, std::move(work));
+        if (place == delayed.begin())
+            setTimer();
     }
 
     [[nodiscard]] const std::string& label() const override { return name; }
@@ -68,17 +70,39 @@ private:
         GSource base;
         MainQueue* queue;
     };
-    struct Delayed {
-        GSource base;
-        Work* work;
-        MainQueue* queue;
-    };
 
     void wake() const
     {
         const std::uint64_t one = 1;
         // The counter cannot overflow: it is written once for every time it was read.
         [[maybe_unused]] const auto written = ::write(wakeUp, &one, sizeof one);
+    }
+
+    /// Wakes the loop at the first deadline. The mutex is held.
+    void setTimer()
+    {
+        using namespace std::chrono;
+        if (delayed.empty())
+            return g_source_set_ready_time(timer, -1);
+        const auto wait = duration_cast<microseconds>(delayed.begin()->first - steady_clock::now()).count();
+        g_source_set_ready_time(timer, g_get_monotonic_time() + std::max<gint64>(wait, 0) + 1); // never early
+    }
+
+    /// Queues what has come due, in the order of the deadlines.
+    void queueDelayed()
+    {
+        const auto now = std::chrono::steady_clock::now();
+        bool first = false;
+        {
+            const std::lock_guard lock(mutex);
+            first = incoming.empty();
+            for (; !delayed.empty() && delayed.begin()->first <= now; delayed.erase(delayed.begin()))
+                incoming.push_back(std::move(delayed.begin()->second));
+            first = first && !incoming.empty();
+            setTimer();
+        }
+        if (first)
+            wake();
     }
 
     void drain() noexcept
@@ -108,8 +132,6 @@ private:
             const std::lock_guard lock(mutex);
             more = !incoming.empty();
         }
-        if (!turn.empty())
-            wake();
         // Work that follows work at once steps behind input and takes turns with drawing; else a queue that
         // is never empty would keep windows from being painted.
         constexpr int priorityOfDrawing = G_PRIORITY_HIGH_IDLE + 20; // GDK_PRIORITY_REDRAW
@@ -118,30 +140,43 @@ private:
             g_source_set_priority(source, priority);
     }
 
+    /// Work that is left of a turn makes the source ready by itself: for the next turn, and for a nested loop
+    /// within this one.
+    static gboolean isTurnLeft(GSource* source) noexcept
+    {
+        return !reinterpret_cast<Drain*>(source)->queue->turn.empty();
+    }
+    static gboolean prepareDrain(GSource* source, gint* timeout) noexcept
+    {
+        *timeout = -1;
+        return isTurnLeft(source);
+    }
+    static gboolean checkDrain(GSource* source) noexcept { return isTurnLeft(source); }
     static gboolean dispatchDrain(GSource* source, GSourceFunc, gpointer) noexcept
     {
         reinterpret_cast<Drain*>(source)->queue->drain();
         return G_SOURCE_CONTINUE;
     }
-    static gboolean dispatchDelayed(GSource* source, GSourceFunc, gpointer) noexcept
+    static gboolean dispatchTimer(GSource* source, GSourceFunc, gpointer) noexcept
     {
-        auto* delayed = reinterpret_cast<Delayed*>(source);
-        delayed->queue->async(std::move(*delayed->work));
-        return G_SOURCE_REMOVE;
+        reinterpret_cast<Drain*>(source)->queue->queueDelayed();
+        return G_SOURCE_CONTINUE;
     }
-    static void finalizeDelayed(GSource* source) noexcept { delete reinterpret_cast<Delayed*>(source)->work; }
 
-    static inline GSourceFuncs functions = {nullptr, nullptr, &dispatchDrain, nullptr, nullptr, nullptr};
-    static inline GSourceFuncs delayedFunctions = {
-        nullptr, nullptr, &dispatchDelayed, &finalizeDelayed, nullptr, nullptr};
+    static inline GSourceFuncs functions = {
+        &prepareDrain, &checkDrain, &dispatchDrain, nullptr, nullptr, nullptr};
+    static inline GSourceFuncs timerFunctions = {nullptr, nullptr, &dispatchTimer, nullptr, nullptr, nullptr};
 
     const std::string name = "main";
     const int wakeUp;
     GSource* source = nullptr;
+    GSource* timer = nullptr; // ready at the first deadline
     std::deque<Work> turn; // main thread only
 
     std::mutex mutex;
-    std::deque<Work> incoming; // guarded by mutex
+    // Both guarded by mutex:
+    std::deque<Work> incoming;
+    std::multimap<DispatchTime, Work> delayed; // equal deadlines keep their order
 };
 
 } // namespace

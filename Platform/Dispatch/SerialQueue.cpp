@@ -42,9 +42,10 @@ struct Shared {
 
 void lowerPriority(DispatchQoS qos)
 {
-    const int niceness = qos == DispatchQoS::background ? 10 : qos == DispatchQoS::utility ? 5 : 0;
-    if (niceness > 0)
-        ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), niceness); // Linux: of this thread alone
+    const int steps = qos == DispatchQoS::background ? 10 : qos == DispatchQoS::utility ? 5 : 0;
+    const auto thread = static_cast<id_t>(::gettid()); // on Linux, of this thread alone
+    if (steps > 0)
+        ::setpriority(PRIO_PROCESS, thread, ::getpriority(PRIO_PROCESS, thread) + steps);
 }
 
 void work(const std::shared_ptr<Shared>& shared) noexcept

@@ -1,9 +1,8 @@
 #include <LumoKit/Platform/Foundation/Bundle.h>
+#include <LumoKit/Platform/Foundation/Files.h>
 #include <LumoKit/Platform/Foundation/PropertyList.h>
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 
 namespace LumoKit {
 
@@ -13,11 +12,10 @@ namespace {
 
 std::optional<Value::Dictionary> readInformation(const fs::path& file)
 {
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream)
+    const auto bytes = readFile(file);
+    if (!bytes)
         return std::nullopt;
-    const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
-    const auto list = readPropertyList(std::as_bytes(std::span(bytes)));
+    const auto list = readPropertyList(std::as_bytes(std::span(*bytes)));
     if (!list || !list->asDictionary())
         return std::nullopt;
     return *list->asDictionary();

@@ -22,7 +22,11 @@ struct Registration {
     {
         if (name && *name != notification.name)
             return false;
-        return anySender || (notification.object && sender.lock() == notification.object);
+        // The same object, found without taking a reference: the last one must not be dropped under the
+        // centre's lock.
+        return anySender
+            || (notification.object && !sender.owner_before(notification.object)
+                && !notification.object.owner_before(sender));
     }
 };
 

@@ -1,9 +1,13 @@
+#include "PropertyListShape.h"
+
 #include <LumoKit/Platform/Foundation/PropertyList.h>
 
 #include <plist/plist.h>
 
+#include <bit>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <memory>
 
 namespace LumoKit {
@@ -20,6 +24,31 @@ using Text = std::unique_ptr<char, FreeMemory>;
 
 /// Property lists count seconds from the first of January 2001.
 constexpr double referenceDate = 978307200;
+
+/// What a binary list that holds only this node says of it: a marker and eight bytes. The library's own
+/// accessors lose the sign of an integer, and of a date all beyond 32 bits.
+struct Scalar {
+    unsigned char marker = 0;
+    std::uint64_t bits = 0;
+};
+
+Scalar scalarOf(plist_t node)
+{
+    char* bytes = nullptr;
+    std::uint32_t length = 0;
+    plist_to_bin(node, &bytes, &length);
+    const Text owned(bytes);
+    constexpr std::size_t header = 8; // "bplist00"
+    Scalar scalar;
+    if (!owned || length < header + 1 + 16)
+        return scalar;
+    scalar.marker = static_cast<unsigned char>(owned.get()[header]);
+    // 0x14 is an integer of sixteen bytes, whose upper half is zero.
+    const std::size_t start = header + 1 + (scalar.marker == 0x14 ? 8 : 0);
+    for (std::size_t index = start; index < start + 8; ++index)
+        scalar.bits = scalar.bits << 8 | static_cast<unsigned char>(owned.get()[index]);
+    return scalar;
+}
 
 Value valueOf(plist_t node, int depth);
 
@@ -63,7 +92,9 @@ Value valueOf(plist_t node, int depth)
     case PLIST_UINT: {
         std::uint64_t number = 0;
         plist_get_uint_val(node, &number);
-        return static_cast<std::int64_t>(number); // negative ones are stored as their two's complement
+        if (number > std::uint64_t(std::numeric_limits<std::int64_t>::max()) && scalarOf(node).marker != 0x14)
+            return static_cast<std::int64_t>(number); // a negative one, as its two's complement
+        return number;
     }
     case PLIST_UID: {
         std::uint64_t number = 0;
@@ -81,12 +112,9 @@ Value valueOf(plist_t node, int depth)
         const Text owned(text);
         return owned ? Value(owned.get()) : Value("");
     }
-    case PLIST_DATE: {
-        std::int32_t seconds = 0;
-        std::int32_t microseconds = 0;
-        plist_get_date_val(node, &seconds, &microseconds);
-        return Date(std::chrono::duration<double>(referenceDate + seconds + microseconds / 1e6));
-    }
+    case PLIST_DATE:
+        return Date(
+            std::chrono::duration<double>(referenceDate + std::bit_cast<double>(scalarOf(node).bits)));
     case PLIST_DATA: {
         char* bytes = nullptr;
         std::uint64_t length = 0;
@@ -114,11 +142,14 @@ std::optional<Value> readPropertyList(std::span<const std::byte> bytes)
         return std::nullopt; // the library counts in 32 bits
     const auto* start = reinterpret_cast<const char*>(bytes.data());
     const auto length = static_cast<std::uint32_t>(bytes.size());
+    const std::string_view text(start, length);
     plist_t root = nullptr;
-    if (plist_is_binary(start, length))
-        plist_from_bin(start, length, &root);
-    else
+    if (plist_is_binary(start, length)) {
+        if (detail::isBinaryOfBoundedShape(text))
+            plist_from_bin(start, length, &root);
+    } else if (detail::isXMLOfBoundedDepth(text)) {
         plist_from_xml(start, length, &root);
+    }
     const std::unique_ptr<void, FreeNode> owned(root);
     if (!root)
         return std::nullopt;

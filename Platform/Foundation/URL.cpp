@@ -15,7 +15,8 @@ struct URL::Parsed {
     }
 
     std::string text;
-    boost::urls::url_view view; // into `text`
+    std::string withEncodedHost; // see parse()
+    boost::urls::url_view view; // into one of the two
 };
 
 namespace {
@@ -31,6 +32,12 @@ std::string_view plain(boost::core::string_view text)
     return {text.data(), text.size()};
 }
 
+bool isPathMistaken(const boost::urls::url_view& view)
+{
+    const std::string_view path = plain(view.encoded_path());
+    return view.has_authority() && !path.empty() && !path.starts_with('/');
+}
+
 } // namespace
 
 std::optional<URL> URL::parse(std::string_view text)
@@ -39,8 +46,23 @@ std::optional<URL> URL::parse(std::string_view text)
         return std::nullopt; // a same-document reference to the grammar, but to nobody who asks for an
                              // address
     auto parsed = std::make_shared<Parsed>(text);
-    const auto result = boost::urls::parse_uri_reference(parsed->text);
+    auto result = boost::urls::parse_uri_reference(parsed->text);
     if (!result)
+        return std::nullopt;
+    // RFC 3986, section 3.3: "If a URI contains an authority component, then the path component must either
+    // be empty or begin with a slash". Boost.URL 1.81 takes the longest part of an authority that it knows
+    // and calls the rest the path, so that "http://127.0.0.1.evil.example" has the host 127.0.0.1. A host
+    // that only begins like an address is a name; with its first digit percent-encoded it is read as one.
+    // This may go with Boost 1.81.
+    if (isPathMistaken(*result) && result->host_type() == boost::urls::host_type::ipv4) {
+        const auto host = static_cast<std::size_t>(result->encoded_host().data() - parsed->text.data());
+        parsed->withEncodedHost = parsed->text;
+        parsed->withEncodedHost.replace(host, 1, std::string("%3") + parsed->text[host]);
+        result = boost::urls::parse_uri_reference(parsed->withEncodedHost);
+        if (!result)
+            return std::nullopt;
+    }
+    if (isPathMistaken(*result))
         return std::nullopt;
     parsed->view = *result;
     return URL(std::move(parsed));
@@ -98,10 +120,10 @@ std::optional<std::string> URL::host() const
     return decoded(parsed->view.encoded_host_address());
 }
 
-std::optional<int> URL::port() const
+std::optional<std::int64_t> URL::port() const
 {
     const std::string_view digits = plain(parsed->view.port());
-    int number = 0;
+    std::int64_t number = 0;
     const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
     if (digits.empty() || error != std::errc())
         return std::nullopt;

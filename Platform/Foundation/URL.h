@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -37,7 +38,7 @@ public:
     /// Decoded, an IPv6 address without its brackets; nothing where the authority is absent or empty.
     [[nodiscard]] std::optional<std::string> host() const;
     /// Nothing where it is absent, empty, or too large for the type.
-    [[nodiscard]] std::optional<int> port() const;
+    [[nodiscard]] std::optional<std::int64_t> port() const;
     /// Decoded, without a trailing "/" unless that is all.
     [[nodiscard]] std::string path() const;
     /// As written, still encoded.

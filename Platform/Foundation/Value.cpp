@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <ctime>
 #include <utility>
 
@@ -121,10 +122,17 @@ void describeNumber(std::string& out, double number)
     out.append(buffer, end);
 }
 
+/// Units: bytes.
+constexpr std::size_t maximumDescription = 1'000'000;
+
 void describeQuoted(std::string& out, std::string_view text)
 {
     out += '"';
     for (const char character : text) {
+        if (out.size() > maximumDescription) {
+            out += "…";
+            break;
+        }
         if (character == '"' || character == '\\')
             out.append({'\\', character});
         else if (character == '\n')
@@ -144,7 +152,9 @@ void describeDate(std::string& out, Date date)
     if (!(seconds >= -62167219200.0 && seconds < 253402300800.0) || !gmtime_r(&whole, &parts))
         return describeNumber(out, date.time_since_epoch().count());
     char buffer[64];
-    out.append(buffer, std::strftime(buffer, sizeof buffer, "%Y-%m-%d %H:%M:%S +0000", &parts));
+    const int length = std::snprintf(buffer, sizeof buffer, "%04d-%02d-%02d %02d:%02d:%02d +0000",
+        parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec);
+    out.append(buffer, static_cast<std::size_t>(length));
 }
 
 class Describer {
@@ -156,7 +166,7 @@ public:
 
     void describe(const Value& value, int depth)
     {
-        if (out.size() > limit || depth > Value::maximumDepth) {
+        if (out.size() > maximumDescription || depth > Value::maximumDepth) {
             out += "…";
             return;
         }
@@ -210,7 +220,7 @@ private:
         for (const auto& item : items) {
             if (!std::exchange(first, false))
                 out += ", ";
-            if (out.size() > limit) {
+            if (out.size() > maximumDescription) {
                 out += "…";
                 break;
             }
@@ -219,7 +229,6 @@ private:
         out += close;
     }
 
-    static constexpr std::size_t limit = 1'000'000;
     std::string& out;
 };
 

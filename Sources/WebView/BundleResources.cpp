@@ -1,8 +1,7 @@
+#include <LumoKit/Platform/Foundation/Files.h>
 #include <LumoKit/WebView/BundleResources.h>
 
 #include <array>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -46,16 +45,14 @@ void BundleResources::start(WKWebView&, const std::shared_ptr<WKURLSchemeTask>& 
     if (path.empty() || path == "/")
         path = "/index.html";
     const auto file = bundle.path(path, "");
-    std::ifstream stream;
-    if (file)
-        stream.open(*file, std::ios::binary);
-    if (!stream.is_open()) {
+    const auto bytes = file ? readFile(*file) : std::nullopt;
+    if (!bytes) {
         task->didReceive(WKURLSchemeTask::Response{"text/plain", "utf-8", 404});
         task->didReceive("There is no such resource.");
         return task->didFinish();
     }
     task->didReceive(responseFor(*file));
-    task->didReceive(std::string(std::istreambuf_iterator<char>(stream), {}));
+    task->didReceive(*bytes);
     task->didFinish();
 }
 

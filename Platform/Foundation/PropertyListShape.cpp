@@ -1,0 +1,166 @@
+#include "PropertyListShape.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
+namespace LumoKit::detail {
+
+namespace {
+
+/// Far beyond every sensible list, far below what a stack holds.
+constexpr std::uint64_t maximumLevels = 4096;
+/// Of a list written out.
+constexpr std::uint64_t maximumObjects = 4'000'000;
+
+/// The objects of a binary list, found without building any of them.
+class BinaryObjects {
+public:
+    explicit BinaryObjects(std::string_view list)
+        : bytes(list)
+    {
+        constexpr std::size_t trailerSize =
+            32; // the last bytes: two sizes at 6, three counts of eight bytes from 8 on
+        if (bytes.size() < trailerSize)
+            return;
+        const std::size_t trailer = bytes.size() - trailerSize;
+        offsetSize = number(trailer + 6, 1);
+        referenceSize = number(trailer + 7, 1);
+        count = number(trailer + 8, 8);
+        top = number(trailer + 16, 8);
+        table = number(trailer + 24, 8);
+        isWhole = offsetSize >= 1 && offsetSize <= 8 && referenceSize >= 1 && referenceSize <= 8
+            && top < count && table <= trailer && count <= (trailer - table) / offsetSize;
+    }
+
+    bool isWhole = false;
+    std::uint64_t count = 0;
+    std::uint64_t top = 0;
+
+    /// The objects that an object refers to; none for one that is no container or lies outside of the list.
+    [[nodiscard]] std::vector<std::uint64_t> references(std::uint64_t object) const
+    {
+        const std::uint64_t start = number(table + object * offsetSize, offsetSize);
+        const std::uint64_t marker = number(start, 1);
+        const std::uint64_t kind = marker >> 4;
+        const bool isDictionary = kind == 0xD;
+        if (kind != 0xA && kind != 0xB && kind != 0xC && !isDictionary)
+            return {};
+        std::uint64_t length = marker & 0xF;
+        std::uint64_t first = start + 1;
+        if (length == 0xF) { // the length stands in an integer of its own
+            const std::uint64_t size = std::uint64_t(1) << (number(first, 1) & 0xF);
+            if (size > 8)
+                return {};
+            length = number(first + 1, size);
+            first += 1 + size;
+        }
+        if (first > bytes.size() || length > (bytes.size() - first) / referenceSize / (isDictionary ? 2 : 1))
+            return {};
+        std::vector<std::uint64_t> found(isDictionary ? 2 * length : length);
+        for (std::uint64_t index = 0; index < found.size(); ++index)
+            found[index] = number(first + index * referenceSize, referenceSize);
+        return found;
+    }
+
+private:
+    /// A big-endian number; zero where it is not inside the list.
+    [[nodiscard]] std::uint64_t number(std::uint64_t start, std::uint64_t size) const
+    {
+        if (start > bytes.size() || size > bytes.size() - start)
+            return 0;
+        std::uint64_t value = 0;
+        for (std::uint64_t index = start; index < start + size; ++index)
+            value = value << 8 | static_cast<unsigned char>(bytes[index]);
+        return value;
+    }
+
+    std::string_view bytes;
+    std::uint64_t offsetSize = 0;
+    std::uint64_t referenceSize = 0;
+    std::uint64_t table = 0;
+};
+
+} // namespace
+
+bool isXMLOfBoundedDepth(std::string_view bytes)
+{
+    // Only containers count: nothing else holds an element.
+    const auto isContainer = [](std::string_view tag) {
+        return tag.starts_with("array") || tag.starts_with("dict");
+    };
+    std::uint64_t depth = 0;
+    std::size_t at = bytes.find('<');
+    while (at != bytes.npos) {
+        const std::string_view tag = bytes.substr(at + 1);
+        // What looks like a tag inside of a comment or of marked text is none.
+        const std::string_view end = tag.starts_with("!--") ? "-->"
+            : tag.starts_with("![CDATA[")                   ? "]]>"
+                                                            : ">";
+        const std::size_t close = bytes.find(end, at);
+        if (close == bytes.npos)
+            return true;
+        const bool closesItself = bytes[close - 1] == '/';
+        if (isContainer(tag) && !closesItself && ++depth > maximumLevels)
+            return false;
+        if (tag.starts_with('/') && isContainer(tag.substr(1)))
+            depth -= depth > 0;
+        at = bytes.find('<', close);
+    }
+    return true;
+}
+
+bool isBinaryOfBoundedShape(std::string_view bytes)
+{
+    const BinaryObjects objects(bytes);
+    if (!objects.isWhole)
+        return true; // the library says what is wrong with it
+    struct Shape {
+        std::uint64_t levels = 0; // of the object and all below it; zero until they are known
+        std::uint64_t size = 0;
+        bool entered = false;
+    };
+    struct Visit {
+        std::uint64_t object;
+        std::vector<std::uint64_t> references;
+        std::size_t next = 0;
+    };
+    // Each object once, those that it refers to before itself, without recursion.
+    std::vector<Shape> shapes(objects.count);
+    std::vector<Visit> path;
+    const auto enter = [&](std::uint64_t object) {
+        shapes[object].entered = true;
+        path.push_back({object, objects.references(object)});
+        return path.size() <= maximumLevels;
+    };
+    if (!enter(objects.top))
+        return false;
+    while (!path.empty()) {
+        Visit& visit = path.back();
+        if (visit.next < visit.references.size()) {
+            const std::uint64_t referred = visit.references[visit.next++];
+            if (referred >= objects.count || shapes[referred].levels > 0)
+                continue;
+            if (shapes[referred].entered)
+                return false; // it holds itself
+            if (!enter(referred))
+                return false;
+            continue;
+        }
+        Shape& shape = shapes[visit.object];
+        shape.size = 1;
+        for (const std::uint64_t referred : visit.references) {
+            if (referred >= objects.count)
+                continue;
+            shape.levels = std::max(shape.levels, shapes[referred].levels);
+            shape.size += shapes[referred].size;
+            if (shape.size > maximumObjects)
+                return false;
+        }
+        ++shape.levels;
+        path.pop_back();
+    }
+    return shapes[objects.top].levels <= maximumLevels;
+}
+
+} // namespace LumoKit::detail
