@@ -114,23 +114,37 @@ void place(NSView::Native& child, const GtkAllocation& parent)
 
 NSView::Native::~Native()
 {
+    // Views that somebody else still holds outlive their superview, and so must their widgets.
+    for (const auto& view : subviews) {
+        view->nativeView().superview = nullptr;
+        gtk_container_remove(GTK_CONTAINER(widget.get()), view->nativeView().widget.get());
+    }
     if (holdsSubviews)
         reinterpret_cast<LumoViewWidget*>(widget.get())->view = nullptr;
-    for (const auto& view : subviews)
-        view->nativeView().superview = nullptr;
     gtk_widget_destroy(widget.get());
+}
+
+void NSView::Native::resize(const CGSize& size)
+{
+    const CGSize old = std::exchange(frame.size, size);
+    if (old == size)
+        return;
+    for (const auto& view : subviews) {
+        NSView::Native& child = view->nativeView();
+        const CGRect moved = autoresized(child.frame, old, size, child.autoresizing);
+        child.frame.origin = moved.origin;
+        child.resize(moved.size);
+    }
 }
 
 void NSView::Native::layOut(const GtkAllocation& allocation)
 {
-    const CGSize size{double(allocation.width), double(allocation.height)};
-    const CGSize old = frame.size;
-    frame.size = size;
-    for (const auto& view : subviews) {
-        NSView::Native& child = view->nativeView();
-        child.frame = autoresized(child.frame, old, size, child.autoresizing);
-        place(child, allocation);
-    }
+    // Only the top view follows what GTK gives it. The frames below follow from its own: GTK's are whole
+    // points, and hidden views get none.
+    if (!superview)
+        resize({double(allocation.width), double(allocation.height)});
+    for (const auto& view : subviews)
+        place(view->nativeView(), allocation);
 }
 
 NSView::NSView(const CGRect& frame)
@@ -156,12 +170,8 @@ void NSView::setFrame(const CGRect& frame)
 {
     if (frame == native->frame)
         return;
-    const CGSize old = native->frame.size;
-    native->frame = frame;
-    for (const auto& view : native->subviews) {
-        Native& child = *view->native;
-        child.frame = autoresized(child.frame, old, frame.size, child.autoresizing);
-    }
+    native->frame.origin = frame.origin;
+    native->resize(frame.size);
     if (native->superview)
         gtk_widget_queue_resize(native->superview->native->widget.get());
 }
@@ -181,7 +191,7 @@ void NSView::setAutoresizing(const NSAutoresizing& parts)
     native->autoresizing = parts;
 }
 
-void NSView::addSubview(const std::shared_ptr<NSView>& view)
+void NSView::addSubview(std::shared_ptr<NSView> view)
 {
     if (!native->holdsSubviews)
         fatalError("this view cannot hold subviews");
@@ -189,9 +199,9 @@ void NSView::addSubview(const std::shared_ptr<NSView>& view)
         if (holder == view.get())
             fatalError("a view cannot be put into itself");
     view->removeFromSuperview();
-    native->subviews.push_back(view);
     view->native->superview = this;
     gtk_container_add(GTK_CONTAINER(native->widget.get()), view->native->widget.get());
+    native->subviews.push_back(std::move(view));
 }
 
 void NSView::removeFromSuperview()

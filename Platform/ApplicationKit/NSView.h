@@ -49,7 +49,7 @@ public:
 
     /// Puts `view` on top of the other subviews, taking it out of the superview that it was in.
     /// Errors: stops the process if `view` is this view or holds it, or if this view cannot hold others.
-    void addSubview(const std::shared_ptr<NSView>& view);
+    void addSubview(std::shared_ptr<NSView> view);
     /// Takes this view out of its superview or window, if it is in one.
     void removeFromSuperview();
     /// From the bottom to the top.

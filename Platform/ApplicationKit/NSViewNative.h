@@ -17,7 +17,9 @@ struct NSView::Native {
     Native(const Native&) = delete;
     Native& operator=(const Native&) = delete;
 
-    /// The size that the widget was last given: subviews move by the difference to the next one.
+    /// Gives the view a size, and every subview below it what follows from that. Nothing is placed yet.
+    void resize(const CGSize& size);
+    /// Puts the subviews where their frames say, within what GTK has given this view.
     void layOut(const GtkAllocation& allocation);
 
     detail::ObjectPtr<GtkWidget> widget;

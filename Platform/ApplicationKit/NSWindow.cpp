@@ -62,9 +62,10 @@ NSApplication::Native& application()
 NSWindow::Native::~Native()
 {
     connections.clear();
-    if (contentView)
+    if (contentView) { // it may outlive the window, and so must its widget
         contentView->nativeView().window = nullptr;
-    contentView.reset(); // the views go before the window that they are drawn in
+        gtk_container_remove(GTK_CONTAINER(window.get()), contentView->nativeView().widget.get());
+    }
     if (window)
         gtk_widget_destroy(GTK_WIDGET(window.get()));
 }
@@ -153,7 +154,7 @@ const std::shared_ptr<NSView>& NSWindow::contentView() const
     return native->contentView;
 }
 
-void NSWindow::setContentView(const std::shared_ptr<NSView>& view)
+void NSWindow::setContentView(std::shared_ptr<NSView> view)
 {
     if (view == native->contentView)
         return;
@@ -165,11 +166,11 @@ void NSWindow::setContentView(const std::shared_ptr<NSView>& view)
             gtk_container_remove(GTK_CONTAINER(parent), widget);
     }
     view->removeFromSuperview();
-    native->contentView = view;
     view->native->window = this;
     if (replaced)
         view->setFrame({{}, replaced->frame().size});
     gtk_container_add(GTK_CONTAINER(native->window.get()), view->native->widget.get());
+    native->contentView = std::move(view);
 }
 
 CGRect NSWindow::frame() const
@@ -197,6 +198,9 @@ void NSWindow::setFrame(const CGRect& frame)
     const int width = std::max(1, points(frame.size.width));
     const int height = std::max(1, points(frame.size.height));
     gtk_window_set_default_size(window, width, height);
+    if (!gtk_window_get_resizable(window))
+        gtk_widget_set_size_request(
+            GTK_WIDGET(window), width, height); // GTK makes such a window as small as it can
     if (isVisible())
         gtk_window_resize(window, width, height);
     gtk_window_move(

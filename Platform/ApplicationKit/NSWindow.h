@@ -60,7 +60,7 @@ public:
 
     /// The view that fills the window; an empty one at first.
     [[nodiscard]] const std::shared_ptr<NSView>& contentView() const;
-    void setContentView(const std::shared_ptr<NSView>& view);
+    void setContentView(std::shared_ptr<NSView> view);
 
     /// Origin and size of the content. Where the desktop does not tell positions (Wayland), the origin is
     /// that of the last `setFrame`.
