@@ -158,6 +158,24 @@ TEST(SignalConnection, LetsItsHandlerReleaseTheEmitter)
     EXPECT_FALSE(connection.isConnected());
 }
 
+TEST(SignalConnection, LetsItsHandlerDisposeOfTheEmitter)
+{
+    int complaints = 0;
+    const auto previous = g_log_set_default_handler(
+        +[](const gchar*, GLogLevelFlags, const gchar*, gpointer count) { ++*static_cast<int*>(count); },
+        &complaints);
+    Emitter emitter;
+    std::optional<SignalConnection> connection;
+    connection.emplace(emitter.connect([&](auto*, int) {
+        g_object_run_dispose(emitter.object); // as a widget is that is destroyed by a click on it
+        connection.reset();
+        return 0;
+    }));
+    emitter.ask(0);
+    g_log_set_default_handler(previous, nullptr);
+    EXPECT_EQ(complaints, 0);
+}
+
 TEST(SignalConnection, LetsItsHandlerReplaceIt)
 {
     Emitter emitter;

@@ -1,0 +1,124 @@
+#include "MailboxJson.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <array>
+#include <ctime>
+
+namespace LumoSuite {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr std::size_t longestSnippet = 160;
+
+std::string timeText(std::chrono::sys_seconds time)
+{
+    std::time_t seconds = std::chrono::system_clock::to_time_t(time);
+    std::tm parts{};
+    std::array<char, 32> text{};
+    if (!::gmtime_r(&seconds, &parts))
+        return {};
+    return std::string(text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts));
+}
+
+std::string dump(const Json& json)
+{
+    // Text that is no UTF-8 must not end an answer with an exception.
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+Json personJson(const Person& person)
+{
+    return {{"name", person.name}, {"address", person.address}};
+}
+
+std::string snippet(std::string text)
+{
+    std::ranges::replace(text, '\n', ' ');
+    auto repeated =
+        std::ranges::unique(text, [](char first, char second) { return first == ' ' && second == ' '; });
+    text.erase(repeated.begin(), repeated.end());
+    if (text.size() <= longestSnippet)
+        return text;
+    std::size_t end = longestSnippet;
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xc0) == 0x80)
+        --end;
+    text.resize(end);
+    return text;
+}
+
+Json summaryJson(const Conversation& conversation)
+{
+    const Message& last = conversation.messages.back();
+    return {
+        {"id", conversation.id},
+        {"subject", conversation.subject},
+        {"from", personJson(conversation.correspondent)},
+        {"snippet", snippet(last.text)},
+        {"label", conversation.label},
+        {"unread", conversation.unread},
+        {"done", conversation.done},
+        {"starred", conversation.starred},
+        {"receivedAt", timeText(last.sentAt)},
+        {"messageCount", conversation.messages.size()},
+    };
+}
+
+} // namespace
+
+std::string listText(const Mailbox& mailbox)
+{
+    Json conversations = Json::array();
+    for (const Conversation& conversation : mailbox.conversations())
+        conversations.push_back(summaryJson(conversation));
+    return dump({{"owner", personJson(mailbox.owner())}, {"conversations", std::move(conversations)}});
+}
+
+std::string recordText(const Conversation& conversation)
+{
+    Json messages = Json::array();
+    for (const Message& message : conversation.messages) {
+        messages.push_back({
+            {"from", personJson(message.from)},
+            {"to", personJson(message.to)},
+            {"sentAt", timeText(message.sentAt)},
+            {"text", message.text},
+        });
+    }
+    Json record = summaryJson(conversation);
+    record["messages"] = std::move(messages);
+    return dump(record);
+}
+
+std::string errorText(std::string_view message)
+{
+    return dump({{"error", message}});
+}
+
+std::expected<MarkChange, std::string> readMarkChange(std::string_view text)
+{
+    Json body = Json::parse(text, nullptr, false);
+    if (body.is_discarded())
+        return std::unexpected("The body is not JSON.");
+    if (!body.is_object() || body.empty())
+        return std::unexpected("The body has to be an object with \"done\", \"unread\" or \"starred\".");
+
+    MarkChange marks;
+    for (const auto& [name, value] : body.items()) {
+        std::optional<bool>* mark = name == "done" ? &marks.done
+            : name == "unread"                     ? &marks.unread
+            : name == "starred"                    ? &marks.starred
+                                                   : nullptr;
+        if (!mark)
+            return std::unexpected("The field \"" + name + "\" is not known.");
+        if (!value.is_boolean())
+            return std::unexpected("The field \"" + name + "\" has to be true or false.");
+        *mark = value.get<bool>();
+    }
+    return marks;
+}
+
+} // namespace LumoSuite

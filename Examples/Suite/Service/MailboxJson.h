@@ -1,0 +1,28 @@
+#pragma once
+
+#include "Mailbox.h"
+
+#include <expected>
+#include <string>
+#include <string_view>
+
+namespace LumoSuite {
+
+/// The mailbox as the JSON text of a list: its owner and its conversations without their messages.
+///
+/// Source: RFC 8259 (JSON), RFC 3339 (times, in UTC).
+std::string listText(const Mailbox& mailbox);
+
+/// A conversation as JSON text, with its messages.
+std::string recordText(const Conversation& conversation);
+
+/// A failure as the JSON text of an object with the field "error".
+std::string errorText(std::string_view message);
+
+/// Reads the marks that a request body sets: an object with at least one of the boolean fields "done",
+/// "unread" and "starred", and no other field.
+///
+/// Errors: a sentence that says what is wrong with the text.
+std::expected<MarkChange, std::string> readMarkChange(std::string_view text);
+
+} // namespace LumoSuite

@@ -1,0 +1,474 @@
+#include "Service.h"
+
+#include "Mailbox.h"
+#include "MailboxJson.h"
+#include "PageFiles.h"
+
+#include <libsoup/soup.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace LumoSuite {
+
+namespace {
+
+constexpr std::size_t largestBody = 64 * 1024;
+// A client that sends more than this although it will be refused is cut off.
+constexpr std::size_t largestDiscarded = 8 * 1024 * 1024;
+// A connection on which nothing moves for so long is closed.
+constexpr guint idleSeconds = 60;
+constexpr const char* pendingBodyKey = "lumo-pending-body";
+constexpr std::string_view jsonType = "application/json";
+
+struct UnrefObject {
+    void operator()(gpointer object) const { g_object_unref(object); }
+};
+
+struct FreeError {
+    void operator()(GError* error) const { g_error_free(error); }
+};
+
+struct FreeUris {
+    void operator()(GSList* uris) const
+    {
+        g_slist_free_full(uris, [](gpointer uri) { g_uri_unref(static_cast<GUri*>(uri)); });
+    }
+};
+
+template <typename T> using ObjectPointer = std::unique_ptr<T, UnrefObject>;
+using ErrorPointer = std::unique_ptr<GError, FreeError>;
+using UriListPointer = std::unique_ptr<GSList, FreeUris>;
+
+// What has arrived of a request's body; it belongs to the message.
+struct PendingBody {
+    std::string bytes;
+    std::size_t arrived = 0;
+
+    bool tooLarge() const { return arrived > largestBody; }
+};
+
+struct Request {
+    std::string_view method;
+    // The decoded path and what follows the route's path in it.
+    std::string_view path;
+    std::string_view rest;
+    std::string_view query;
+    std::string_view body;
+    SoupMessageHeaders* headers;
+
+    // Every value of a header joined by commas, as one text; nothing without the header.
+    std::optional<std::string_view> header(const char* name) const
+    {
+        const char* value = soup_message_headers_get_list(headers, name);
+        return value ? std::optional<std::string_view>(value) : std::nullopt;
+    }
+};
+
+struct Response {
+    int status = SOUP_STATUS_OK;
+    std::string type;
+    std::string body;
+    std::vector<std::pair<std::string, std::string>> headers;
+};
+
+Response failure(int status, std::string_view message)
+{
+    return {.status = status, .type = std::string(jsonType), .body = errorText(message), .headers = {}};
+}
+
+Response json(std::string text)
+{
+    return {.type = std::string(jsonType), .body = std::move(text), .headers = {}};
+}
+
+Response redirect(const Request& request, std::string address)
+{
+    // The query reaches the page at the end of the chain.
+    if (!request.query.empty())
+        address.append("?").append(request.query);
+    return {
+        .status = SOUP_STATUS_FOUND, .type = {}, .body = {}, .headers = {{"Location", std::move(address)}}};
+}
+
+bool readsOnly(std::string_view method)
+{
+    return method == "GET" || method == "HEAD";
+}
+
+std::optional<unsigned> hexDigit(char letter)
+{
+    if (letter >= '0' && letter <= '9')
+        return static_cast<unsigned>(letter - '0');
+    if (letter >= 'a' && letter <= 'f')
+        return static_cast<unsigned>(letter - 'a' + 10);
+    if (letter >= 'A' && letter <= 'F')
+        return static_cast<unsigned>(letter - 'A' + 10);
+    return std::nullopt;
+}
+
+bool hasDotSegment(std::string_view path)
+{
+    while (true) {
+        auto slash = path.find('/');
+        std::string_view segment = path.substr(0, slash);
+        if (segment == "." || segment == "..")
+            return true;
+        if (slash == std::string_view::npos)
+            return false;
+        path.remove_prefix(slash + 1);
+    }
+}
+
+// RFC 3986, section 2.1 (percent encoding) and 3.3 (path). An encoded slash or backslash, control
+// characters and dot segments have no meaning here, so a path that has them is refused before any route
+// sees it.
+std::optional<std::string> decodedPath(std::string_view raw)
+{
+    if (!raw.starts_with('/'))
+        return std::nullopt;
+    std::string path;
+    path.reserve(raw.size());
+    for (std::size_t index = 0; index < raw.size(); ++index) {
+        char letter = raw[index];
+        if (letter == '%') {
+            auto high = index + 2 < raw.size() ? hexDigit(raw[index + 1]) : std::nullopt;
+            auto low = index + 2 < raw.size() ? hexDigit(raw[index + 2]) : std::nullopt;
+            if (!high || !low)
+                return std::nullopt;
+            letter = static_cast<char>(*high * 16 + *low);
+            if (letter == '/')
+                return std::nullopt;
+            index += 2;
+        }
+        if (static_cast<unsigned char>(letter) < 0x20 || letter == 0x7f || letter == '\\')
+            return std::nullopt;
+        path.push_back(letter);
+    }
+    if (hasDotSegment(path))
+        return std::nullopt;
+    return path;
+}
+
+// Whether a header names JSON, with or without parameters. Source: RFC 9110, section 8.3.1.
+bool namesJson(std::string_view contentType)
+{
+    std::string_view type = contentType.substr(0, contentType.find(';'));
+    while (type.ends_with(' ') || type.ends_with('\t'))
+        type.remove_suffix(1);
+    return std::ranges::equal(type, jsonType, [](char sent, char expected) {
+        return (sent >= 'A' && sent <= 'Z' ? static_cast<char>(sent + ('a' - 'A')) : sent) == expected;
+    });
+}
+
+void send(SoupServerMessage* message, const Response& response)
+{
+    SoupMessageHeaders* headers = soup_server_message_get_response_headers(message);
+    soup_message_headers_replace(headers, "Content-Security-Policy", "default-src 'self'");
+    soup_message_headers_replace(headers, "X-Content-Type-Options", "nosniff");
+    soup_message_headers_replace(headers, "Cache-Control", "no-cache");
+    for (const auto& [name, value] : response.headers)
+        soup_message_headers_replace(headers, name.c_str(), value.c_str());
+    soup_server_message_set_response(message, response.type.empty() ? nullptr : response.type.c_str(),
+        SOUP_MEMORY_COPY, response.body.data(), response.body.size());
+    // The one status in use here for which the library has no words.
+    const char* reason = response.status == SOUP_STATUS_MISDIRECTED_REQUEST ? "Misdirected Request" : nullptr;
+    soup_server_message_set_status(message, static_cast<guint>(response.status), reason);
+}
+
+// Runs a callback of the C library and lets no exception leave it.
+template <typename Callback> void guarded(SoupServerMessage* message, Callback callback) noexcept
+{
+    try {
+        callback();
+    } catch (const std::exception& error) {
+        g_warning("the service failed to answer a request: %s", error.what());
+        soup_server_message_set_status(message, SOUP_STATUS_INTERNAL_SERVER_ERROR, nullptr);
+    }
+}
+
+void cutOff(SoupServerMessage* message)
+{
+    // The next read on the connection finds its end, and the library drops the message in its usual way.
+    if (GSocket* socket = soup_server_message_get_socket(message))
+        g_socket_shutdown(socket, TRUE, TRUE, nullptr);
+}
+
+PendingBody* pendingBody(SoupServerMessage* message)
+{
+    return static_cast<PendingBody*>(g_object_get_data(G_OBJECT(message), pendingBodyKey));
+}
+
+void receiveChunk(SoupServerMessage* message, GBytes* chunk, gpointer)
+{
+    guarded(message, [&] {
+        PendingBody* body = pendingBody(message);
+        gsize size = 0;
+        auto bytes = static_cast<const char*>(g_bytes_get_data(chunk, &size));
+        if (!body || !bytes)
+            return;
+        body->arrived += size;
+        if (body->arrived > largestDiscarded)
+            cutOff(message);
+        else if (body->tooLarge())
+            body->bytes = {};
+        else
+            body->bytes.append(bytes, size);
+    });
+}
+
+Response bodyTooLarge()
+{
+    return failure(SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE, "The body is too large.");
+}
+
+} // namespace
+
+struct Service::Native {
+    using Handler = Response (Native::*)(const Request&);
+
+    // Whether a route answers its path only or everything below it, too.
+    enum class Reach { exact, below };
+
+    struct Route {
+        std::string_view method;
+        std::string_view path;
+        Reach reach;
+        Handler handler;
+
+        bool covers(std::string_view asked) const
+        {
+            return reach == Reach::exact ? asked == path : asked.starts_with(path);
+        }
+    };
+
+    static const std::array<Route, 7> routes;
+
+    PageFiles pages;
+    Mailbox mailbox;
+    ObjectPointer<SoupServer> server;
+    std::uint16_t port = 0;
+    std::string host;
+    std::string origin;
+
+    explicit Native(PageFiles opened)
+        : pages(std::move(opened))
+        , mailbox(Mailbox::sample(std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now())))
+    {
+    }
+
+    ~Native()
+    {
+        if (!server)
+            return;
+        // Connections that the library still holds must not reach this object.
+        g_signal_handlers_disconnect_by_data(server.get(), this);
+        soup_server_remove_handler(server.get(), "/");
+        soup_server_disconnect(server.get());
+    }
+
+    std::expected<void, std::string> listen(std::uint16_t wanted);
+    Response answer(SoupServerMessage* message);
+    std::optional<Response> refusal(const Request& request) const;
+    Response dispatch(Request request);
+
+    Response toStart(const Request& request) { return redirect(request, "/start"); }
+    Response toInbox(const Request& request) { return redirect(request, "/inbox/"); }
+    Response page(const Request& request);
+    Response listConversations(const Request& request);
+    Response showConversation(const Request& request);
+    Response changeConversation(const Request& request);
+};
+
+// The whole of what the service answers. HEAD goes where GET goes; the first route that fits is taken.
+constinit const std::array<Service::Native::Route, 7> Service::Native::routes{
+    Route{"GET", "/", Reach::exact, &Native::toStart},
+    Route{"GET", "/start", Reach::exact, &Native::toInbox},
+    Route{"GET", "/inbox", Reach::exact, &Native::toInbox},
+    Route{"GET", "/inbox/", Reach::below, &Native::page},
+    Route{"GET", "/api/conversations", Reach::exact, &Native::listConversations},
+    Route{"GET", "/api/conversations/", Reach::below, &Native::showConversation},
+    Route{"POST", "/api/conversations/", Reach::below, &Native::changeConversation},
+};
+
+std::expected<void, std::string> Service::Native::listen(std::uint16_t wanted)
+{
+    // Raw paths, because what the library would decode cannot be told from what was sent plainly.
+    server.reset(SOUP_SERVER(g_object_new(SOUP_TYPE_SERVER, "raw-paths", TRUE, nullptr)));
+
+    auto requestStarted = +[](SoupServer*, SoupServerMessage* message, gpointer) {
+        if (GSocket* socket = soup_server_message_get_socket(message))
+            g_socket_set_timeout(socket, idleSeconds);
+    };
+    g_signal_connect(server.get(), "request-started", G_CALLBACK(requestStarted), this);
+
+    auto headersArrived = +[](SoupServer*, SoupServerMessage* message, const char*, GHashTable*, gpointer) {
+        guarded(message, [&] {
+            auto body = std::make_unique<PendingBody>();
+            g_object_set_data_full(G_OBJECT(message), pendingBodyKey, body.release(),
+                [](gpointer data) { std::default_delete<PendingBody>()(static_cast<PendingBody*>(data)); });
+            soup_message_body_set_accumulate(soup_server_message_get_request_body(message), FALSE);
+            g_signal_connect(message, "got-chunk", G_CALLBACK(receiveChunk), nullptr);
+            // A length that is told beforehand is refused before the client is asked to go on.
+            SoupMessageHeaders* headers = soup_server_message_get_request_headers(message);
+            if (soup_message_headers_get_encoding(headers) == SOUP_ENCODING_CONTENT_LENGTH
+                && soup_message_headers_get_content_length(headers) > static_cast<goffset>(largestBody))
+                send(message, bodyTooLarge());
+        });
+    };
+    soup_server_add_early_handler(server.get(), "/", headersArrived, this, nullptr);
+
+    auto bodyArrived = +[](SoupServer*, SoupServerMessage* message, const char*, GHashTable*, gpointer data) {
+        guarded(message, [&] { send(message, static_cast<Native*>(data)->answer(message)); });
+    };
+    soup_server_add_handler(server.get(), "/", bodyArrived, this, nullptr);
+
+    ObjectPointer<GSocketAddress> address(g_inet_socket_address_new_from_string("127.0.0.1", wanted));
+    GError* raised = nullptr;
+    if (!soup_server_listen(server.get(), address.get(), static_cast<SoupServerListenOptions>(0), &raised)) {
+        ErrorPointer error(raised);
+        return std::unexpected(
+            "cannot listen on 127.0.0.1: " + std::string(error ? error->message : "no reason given"));
+    }
+
+    UriListPointer uris(soup_server_get_uris(server.get()));
+    int bound = uris ? g_uri_get_port(static_cast<GUri*>(uris->data)) : 0;
+    if (bound <= 0 || bound > 65535)
+        return std::unexpected("the port that the system chose is not known");
+    port = static_cast<std::uint16_t>(bound);
+    host = "127.0.0.1:" + std::to_string(port);
+    // A web browser leaves out the port that the scheme implies.
+    if (port == 80)
+        host = "127.0.0.1";
+    origin = "http://" + host;
+    return {};
+}
+
+Response Service::Native::answer(SoupServerMessage* message)
+{
+    PendingBody* body = pendingBody(message);
+    if (body && body->tooLarge())
+        return bodyTooLarge();
+
+    GUri* uri = soup_server_message_get_uri(message);
+    const char* rawPath = uri ? g_uri_get_path(uri) : nullptr;
+    const char* query = uri ? g_uri_get_query(uri) : nullptr;
+    auto path = decodedPath(rawPath ? rawPath : "");
+    if (!path)
+        return failure(SOUP_STATUS_BAD_REQUEST, "The path is not usable.");
+
+    return dispatch({
+        .method = soup_server_message_get_method(message),
+        .path = *path,
+        .rest = {},
+        .query = query ? query : "",
+        .body = body ? body->bytes : std::string_view(),
+        .headers = soup_server_message_get_request_headers(message),
+    });
+}
+
+std::optional<Response> Service::Native::refusal(const Request& request) const
+{
+    // A foreign name that was made to resolve to this machine would give a foreign page this origin's rights.
+    if (request.header("Host") != host)
+        return failure(SOUP_STATUS_MISDIRECTED_REQUEST, "This is not the host that was asked for.");
+    if (readsOnly(request.method))
+        return std::nullopt;
+    // Another page can send a form here, but neither under this origin nor as JSON without asking first.
+    if (auto sender = request.header("Origin"); sender && *sender != origin)
+        return failure(SOUP_STATUS_FORBIDDEN, "Other origins change nothing here.");
+    if (!namesJson(request.header("Content-Type").value_or("")))
+        return failure(SOUP_STATUS_UNSUPPORTED_MEDIA_TYPE, "The body has to be application/json.");
+    return std::nullopt;
+}
+
+Response Service::Native::dispatch(Request request)
+{
+    std::string_view wanted = request.method == "HEAD" ? "GET" : request.method;
+    std::string allowed;
+    for (const Route& route : routes) {
+        if (!route.covers(request.path))
+            continue;
+        if (route.method == wanted) {
+            if (auto refused = refusal(request))
+                return *refused;
+            request.rest = request.path.substr(route.path.size());
+            return (this->*route.handler)(request);
+        }
+        allowed.append(allowed.empty() ? "" : ", ")
+            .append(route.method == "GET" ? "GET, HEAD" : route.method);
+    }
+    if (allowed.empty())
+        return failure(SOUP_STATUS_NOT_FOUND, "There is nothing here.");
+    Response response = failure(SOUP_STATUS_METHOD_NOT_ALLOWED, "This cannot be done here.");
+    response.headers.emplace_back("Allow", std::move(allowed));
+    return response;
+}
+
+Response Service::Native::page(const Request& request)
+{
+    auto file = pages.read(request.path.substr(1));
+    if (!file)
+        return failure(SOUP_STATUS_NOT_FOUND, "There is no such file.");
+    return {.type = std::string(file->type), .body = std::move(file->bytes), .headers = {}};
+}
+
+Response Service::Native::listConversations(const Request&)
+{
+    return json(listText(mailbox));
+}
+
+Response Service::Native::showConversation(const Request& request)
+{
+    const Conversation* conversation = mailbox.find(request.rest);
+    return conversation ? json(recordText(*conversation))
+                        : failure(SOUP_STATUS_NOT_FOUND, "There is no such conversation.");
+}
+
+Response Service::Native::changeConversation(const Request& request)
+{
+    if (!mailbox.find(request.rest))
+        return failure(SOUP_STATUS_NOT_FOUND, "There is no such conversation.");
+    auto marks = readMarkChange(request.body);
+    if (!marks)
+        return failure(SOUP_STATUS_BAD_REQUEST, marks.error());
+    return json(recordText(*mailbox.change(request.rest, *marks)));
+}
+
+Service::Service(std::unique_ptr<Native> started)
+    : native(std::move(started))
+{
+}
+
+Service::~Service() = default;
+
+std::expected<std::unique_ptr<Service>, std::string> Service::start(Options options)
+{
+    auto pages = PageFiles::open(options.pages);
+    if (!pages)
+        return std::unexpected(pages.error());
+    auto native = std::make_unique<Native>(std::move(*pages));
+    if (auto listening = native->listen(options.port); !listening)
+        return std::unexpected(listening.error());
+    return std::unique_ptr<Service>(new Service(std::move(native)));
+}
+
+std::uint16_t Service::port() const
+{
+    return native->port;
+}
+
+std::string Service::origin() const
+{
+    return native->origin;
+}
+
+} // namespace LumoSuite

@@ -1,0 +1,126 @@
+#include "Foundation/PropertyListShape.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace {
+
+using LumoKit::detail::isBinaryOfBoundedShape;
+using LumoKit::detail::isXMLOfBoundedDepth;
+
+std::string repeated(std::string_view text, int times)
+{
+    std::string all;
+    for (int time = 0; time < times; ++time)
+        all += text;
+    return all;
+}
+
+TEST(PropertyListShape, OfXMLIsBoundedInDepth)
+{
+    EXPECT_TRUE(isXMLOfBoundedDepth("<plist><dict><key>k</key><array/></dict></plist>"));
+    EXPECT_TRUE(isXMLOfBoundedDepth(repeated("<array>", 4096) + repeated("</array>", 4096)));
+    EXPECT_FALSE(isXMLOfBoundedDepth(repeated("<array>", 4097)));
+    EXPECT_FALSE(isXMLOfBoundedDepth(repeated("<dict><key>k</key>", 4097)));
+}
+
+TEST(PropertyListShape, OfXMLCountsOnlyWhatIsOpen)
+{
+    EXPECT_TRUE(isXMLOfBoundedDepth("<array>" + repeated("<array></array><dict/>", 10'000) + "</array>"));
+    EXPECT_TRUE(isXMLOfBoundedDepth("<!-- " + repeated("<array>", 10'000) + " -->"));
+    EXPECT_TRUE(isXMLOfBoundedDepth("<string><![CDATA[" + repeated("<array>", 10'000) + "]]></string>"));
+}
+
+TEST(PropertyListShape, OfXMLIsNotHiddenBehindComments)
+{
+    EXPECT_FALSE(isXMLOfBoundedDepth(repeated("<array><!-- </array> -->", 5000)));
+    EXPECT_FALSE(isXMLOfBoundedDepth(repeated("<array><![CDATA[</array>]]>", 5000)));
+    EXPECT_FALSE(isXMLOfBoundedDepth(repeated("<array></string>", 5000)));
+}
+
+TEST(PropertyListShape, OfXMLNeedsNoWholeText)
+{
+    for (const char* text : {"", "<", "<a", "<!--", "<!-- -", "<![CDATA[", "</", ">", "<>", "</>", "text"})
+        EXPECT_TRUE(isXMLOfBoundedDepth(text)) << text;
+}
+
+/// A binary list of arrays; each item is the list of the objects that it refers to, and the last one is the
+/// top.
+std::string binary(const std::vector<std::vector<int>>& arrays)
+{
+    std::string bytes = "bplist00";
+    std::vector<std::size_t> offsets;
+    const auto big = [&](std::uint64_t number, int size) {
+        for (int shift = 8 * (size - 1); shift >= 0; shift -= 8)
+            bytes += static_cast<char>(number >> shift);
+    };
+    for (const auto& references : arrays) {
+        offsets.push_back(bytes.size());
+        bytes += '\xAF';
+        bytes += '\x12';
+        big(references.size(), 4);
+        for (const int reference : references)
+            big(static_cast<std::uint64_t>(reference), 4);
+    }
+    const std::size_t table = bytes.size();
+    for (const std::size_t offset : offsets)
+        big(offset, 4);
+    bytes += std::string(6, '\0') + "\x04\x04";
+    big(arrays.size(), 8);
+    big(arrays.size() - 1, 8);
+    big(table, 8);
+    return bytes;
+}
+
+TEST(PropertyListShape, OfABinaryListIsBoundedInDepth)
+{
+    const auto chain = [](int levels) {
+        std::vector<std::vector<int>> arrays = {{}};
+        for (int level = 1; level < levels; ++level)
+            arrays.push_back({level - 1});
+        return binary(arrays);
+    };
+    EXPECT_TRUE(isBinaryOfBoundedShape(chain(1)));
+    EXPECT_TRUE(isBinaryOfBoundedShape(chain(4096)));
+    EXPECT_FALSE(isBinaryOfBoundedShape(chain(4097)));
+    EXPECT_FALSE(isBinaryOfBoundedShape(chain(100'000)));
+}
+
+TEST(PropertyListShape, OfABinaryListIsBoundedInWhatItWouldBeWrittenOut)
+{
+    const auto doubling = [](int levels) {
+        std::vector<std::vector<int>> arrays = {{}};
+        for (int level = 1; level < levels; ++level)
+            arrays.push_back({level - 1, level - 1});
+        return binary(arrays);
+    };
+    EXPECT_TRUE(isBinaryOfBoundedShape(doubling(20)));
+    EXPECT_FALSE(isBinaryOfBoundedShape(doubling(23)));
+    EXPECT_FALSE(isBinaryOfBoundedShape(doubling(4000)));
+}
+
+TEST(PropertyListShape, OfABinaryListHasNoCycle)
+{
+    EXPECT_FALSE(isBinaryOfBoundedShape(binary({{0}})));
+    EXPECT_FALSE(isBinaryOfBoundedShape(binary({{2}, {0}, {1}})));
+}
+
+TEST(PropertyListShape, OfABinaryListNeedsNoSoundBytes)
+{
+    const std::string sound = binary({{}, {0, 7, 0}, {1}}); // 7 refers to nothing
+    EXPECT_TRUE(isBinaryOfBoundedShape(sound));
+    for (std::size_t length = 0; length < sound.size(); ++length)
+        static_cast<void>(isBinaryOfBoundedShape(sound.substr(length)));
+    for (std::size_t at = 0; at < sound.size(); ++at)
+        for (const int byte : {0x00, 0x01, 0x7F, 0xAF, 0xDF, 0xFF}) {
+            std::string damaged = sound;
+            damaged[at] = static_cast<char>(byte);
+            static_cast<void>(
+                isBinaryOfBoundedShape(damaged)); // says something, soon, and reads no byte beyond
+        }
+}
+
+} // namespace
