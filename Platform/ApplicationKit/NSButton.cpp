@@ -1,5 +1,6 @@
 #include "NSViewNative.h"
 
+#include <LumoKit/Platform/ApplicationKit/NSApplication.h>
 #include <LumoKit/Platform/ApplicationKit/NSButton.h>
 #include <LumoKit/Platform/Native/SignalConnection.h>
 
@@ -9,7 +10,8 @@ namespace {
 
 struct ButtonNative final : NSView::Native {
     ButtonNative()
-        : Native(gtk_button_new())
+        : Native((static_cast<void>(NSApplication::shared()),
+              gtk_button_new())) // no widget before there is a display
     {
         gtk_widget_show(widget.get());
     }

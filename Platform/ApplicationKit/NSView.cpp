@@ -1,5 +1,6 @@
 #include "NSViewNative.h"
 
+#include <LumoKit/Platform/ApplicationKit/NSApplication.h>
 #include <LumoKit/Platform/ApplicationKit/NSWindow.h>
 #include <LumoKit/Platform/Dispatch/MainThread.h>
 #include <LumoKit/Platform/Foundation/FatalError.h>
@@ -84,6 +85,7 @@ void lumo_view_widget_class_init(LumoViewWidgetClass* type)
 
 std::unique_ptr<NSView::Native> makeContainer()
 {
+    static_cast<void>(NSApplication::shared()); // no widget before there is a display
     auto native =
         std::make_unique<NSView::Native>(GTK_WIDGET(g_object_new(lumo_view_widget_get_type(), nullptr)));
     reinterpret_cast<LumoViewWidget*>(native->widget.get())->view = native.get();

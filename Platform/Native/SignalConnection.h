@@ -51,7 +51,9 @@ public:
     }
     ~SignalConnection()
     {
-        if (alive && *alive)
+        // An emitter that is disposed of drops its handlers at once, but keeps those that run until they
+        // return.
+        if (isConnected() && g_signal_handler_is_connected(emitter, identifier))
             g_signal_handler_disconnect(emitter, identifier);
     }
 

@@ -9,18 +9,8 @@
 
 #include <memory>
 #include <optional>
-#include <ostream>
+#include <string>
 #include <vector>
-
-namespace LumoKit {
-
-void PrintTo(const CGRect& rect, std::ostream* out)
-{
-    *out << '(' << rect.origin.x << ", " << rect.origin.y << ") " << rect.size.width << " x "
-         << rect.size.height;
-}
-
-} // namespace LumoKit
 
 using namespace LumoKit;
 using LumoKit::Test::waitUntil;
@@ -28,6 +18,12 @@ using LumoKit::Test::waitUntil;
 namespace {
 
 using Views = std::vector<std::shared_ptr<NSView>>;
+
+std::string described(const CGRect& rect)
+{
+    return "(" + std::to_string(rect.origin.x) + ", " + std::to_string(rect.origin.y) + ") "
+        + std::to_string(rect.size.width) + " x " + std::to_string(rect.size.height);
+}
 
 // ---- autoresizing
 // ---------------------------------------------------------------------------------------------------
@@ -358,8 +354,8 @@ protected:
     }
     void expectPlace(const NSView& placed, const CGRect& expected)
     {
-        EXPECT_TRUE(waitUntil([&] { return placeOf(placed) == expected; })) << ::testing::PrintToString(
-            placeOf(placed)) << " instead of " << ::testing::PrintToString(expected);
+        EXPECT_TRUE(waitUntil([&] { return placeOf(placed) == expected; }))
+            << described(placeOf(placed)) << " instead of " << described(expected);
     }
     void resize(double width, double height)
     {

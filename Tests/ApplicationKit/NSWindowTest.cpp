@@ -1,4 +1,5 @@
 #include <LumoKit/Platform/ApplicationKit/NSApplication.h>
+#include <LumoKit/Platform/ApplicationKit/NSButton.h>
 #include <LumoKit/Platform/ApplicationKit/NSView.h>
 #include <LumoKit/Platform/ApplicationKit/NSWindow.h>
 #include <LumoKit/Platform/Foundation/NotificationCenter.h>
@@ -223,10 +224,10 @@ TEST_F(NSWindowTest, MovesAndResizesOnScreen)
     EXPECT_TRUE(waitUntil([&] { return made->frame() == CGRect{{60, 50}, {200, 150}}; }));
 }
 
-TEST_F(NSWindowTest, ShrinksBelowWhatItsButtonsAskFor)
+TEST_F(NSWindowTest, ShrinksBelowWhatIsInIt)
 {
     const auto made = window({{50, 50}, {300, 200}});
-    const auto wide = std::make_shared<NSView>(CGRect{{0, 0}, {300, 200}});
+    const auto wide = std::make_shared<NSButton>("A button with a long title", CGRect{{0, 0}, {300, 200}});
     made->contentView()->addSubview(wide);
     show(made);
     made->setFrame({{50, 50}, {100, 60}});
