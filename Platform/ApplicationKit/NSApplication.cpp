@@ -26,16 +26,15 @@ void NSApplication::Native::keep(const std::shared_ptr<NSWindow>& window)
         onScreen.push_back(window);
 }
 
-void NSApplication::Native::letGo(const NSWindow& window)
+bool NSApplication::Native::letGo(const NSWindow& window)
 {
-    std::erase_if(onScreen, [&](const auto& kept) { return kept.get() == &window; });
+    return std::erase_if(onScreen, [&](const auto& kept) { return kept.get() == &window; }) > 0;
 }
 
 void NSApplication::Native::closed(const NSWindow& window)
 {
-    letGo(window);
-    if (!onScreen.empty())
-        return;
+    if (!letGo(window) || !onScreen.empty())
+        return; // it was not on screen, or others are
     const auto asked = delegate.lock();
     if (asked && asked->applicationShouldTerminateAfterLastWindowClosed())
         NSApplication::shared().terminate();

@@ -13,7 +13,8 @@ struct NSApplication::Native {
     /// Windows tell the application of themselves.
     void add(const std::shared_ptr<NSWindow>& window);
     void keep(const std::shared_ptr<NSWindow>& window);
-    void letGo(const NSWindow& window);
+    /// Whether it was kept.
+    bool letGo(const NSWindow& window);
     void closed(const NSWindow& window);
 
     std::weak_ptr<NSApplicationDelegate> delegate;

@@ -195,6 +195,8 @@ void NSView::setAutoresizing(const NSAutoresizing& parts)
 
 void NSView::addSubview(std::shared_ptr<NSView> view)
 {
+    if (!view)
+        fatalError("there is no view to add");
     if (!native->holdsSubviews)
         fatalError("this view cannot hold subviews");
     for (const NSView* holder = this; holder; holder = holder->native->superview)

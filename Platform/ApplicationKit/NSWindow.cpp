@@ -156,6 +156,8 @@ const std::shared_ptr<NSView>& NSWindow::contentView() const
 
 void NSWindow::setContentView(std::shared_ptr<NSView> view)
 {
+    if (!view)
+        view = std::make_shared<NSView>();
     if (view == native->contentView)
         return;
     const auto replaced = std::exchange(native->contentView, nullptr);

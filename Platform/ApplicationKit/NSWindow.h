@@ -60,6 +60,7 @@ public:
 
     /// The view that fills the window; an empty one at first.
     [[nodiscard]] const std::shared_ptr<NSView>& contentView() const;
+    /// An empty view takes the place of none.
     void setContentView(std::shared_ptr<NSView> view);
 
     /// Origin and size of the content. Where the desktop does not tell positions (Wayland), the origin is

@@ -134,11 +134,9 @@ void NSObject::didChangeValue(std::string_view forKey, Value oldValue)
 
 KeyValueObservation& KeyValueObservation::operator=(KeyValueObservation&& other) noexcept
 {
-    if (this == &other)
-        return *this;
-    invalidate();
-    extras = std::exchange(other.extras, {});
-    record = std::exchange(other.record, {});
+    KeyValueObservation moved(std::move(other));
+    std::swap(extras, moved.extras);
+    std::swap(record, moved.record); // what was observed before ends with `moved`
     return *this;
 }
 

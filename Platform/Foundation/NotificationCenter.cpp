@@ -90,9 +90,8 @@ void NotificationCenter::post(const Notification& notification)
 
 NotificationObserver& NotificationObserver::operator=(NotificationObserver&& other) noexcept
 {
-    NotificationObserver ended;
-    std::swap(ended.record, record);
-    record = std::exchange(other.record, nullptr);
+    NotificationObserver moved(std::move(other));
+    std::swap(record, moved.record); // what was observed before ends with `moved`
     return *this;
 }
 

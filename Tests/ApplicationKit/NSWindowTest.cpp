@@ -333,6 +333,15 @@ TEST_F(NSWindowTest, HasTheStyleThatItWasMadeWith)
     EXPECT_FALSE(gtk_window_get_resizable(gtkWindow(*bare)));
 }
 
+TEST_F(NSWindowTest, HasAnEmptyViewForNone)
+{
+    const auto made = window();
+    made->setContentView(nullptr);
+    ASSERT_NE(made->contentView(), nullptr);
+    EXPECT_TRUE(made->contentView()->subviews().empty());
+    EXPECT_EQ(made->contentView()->window(), made);
+}
+
 TEST_F(NSWindowTest, HasItsSizeAlsoWhenTheUserCannotChangeIt)
 {
     const auto made =
