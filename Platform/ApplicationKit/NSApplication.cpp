@@ -54,15 +54,16 @@ NSApplication::NSApplication()
     assertMainThread();
     // Desktops match a window to its application by these names; the engine names its folders after the
     // first.
-    if (const auto identifier = Bundle::main().bundleIdentifier()) {
+    const auto identifier = Bundle::main().bundleIdentifier();
+    if (identifier)
         g_set_prgname(identifier->c_str());
-        gdk_set_program_class(identifier->c_str());
-    }
     const Value name = Bundle::main().object("CFBundleName");
     if (const auto* text = name.asText())
         g_set_application_name(text->c_str());
     if (!gtk_init_check(nullptr, nullptr))
         fatalError("there is no display to connect to");
+    if (identifier)
+        gdk_set_program_class(identifier->c_str()); // GTK derives one of its own from the first
 }
 
 NSApplication::~NSApplication() = default;

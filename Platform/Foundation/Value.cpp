@@ -146,10 +146,12 @@ void describeQuoted(std::string& out, std::string_view text)
 void describeDate(std::string& out, Date date)
 {
     const double seconds = std::floor(date.time_since_epoch().count());
+    // The years 0 to 9999, which is what the form can show.
+    if (!(seconds >= -62167219200.0 && seconds < 253402300800.0))
+        return describeNumber(out, date.time_since_epoch().count());
     const auto whole = static_cast<std::time_t>(seconds);
     std::tm parts{};
-    // The years 0 to 9999, which is what the form can show.
-    if (!(seconds >= -62167219200.0 && seconds < 253402300800.0) || !gmtime_r(&whole, &parts))
+    if (!gmtime_r(&whole, &parts))
         return describeNumber(out, date.time_since_epoch().count());
     char buffer[64];
     const int length = std::snprintf(buffer, sizeof buffer, "%04d-%02d-%02d %02d:%02d:%02d +0000",

@@ -292,7 +292,7 @@ TEST(ValueDescription, ReadsLikeALog)
         {Value::Dictionary{}, "{}"},
         {Value::Array{1, true, nullptr, "a \"q\" \\\n"}, "[1, true, null, \"a \\\"q\\\" \\\\\\n\"]"},
         {Value::Dictionary{{"b", Value::Array{"x"}}, {"a \"q\"", 2}}, "{\"a \\\"q\\\"\": 2, \"b\": [\"x\"]}"},
-        {Value::Array{Value::Array{Value::Dictionary{{"a", Value::Array{}}}}}, "[[{\"a\": []}]]"},
+        {Value::Array{Value(Value::Array{Value::Dictionary{{"a", Value::Array{}}}})}, "[[{\"a\": []}]]"},
     };
     for (const auto& [value, text] : cases)
         EXPECT_EQ(value.description(), text);
