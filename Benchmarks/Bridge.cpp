@@ -18,7 +18,7 @@ void runUntil(const bool& done)
         g_main_context_iteration(nullptr, TRUE);
 }
 
-/// The page of both sides: `post(kind, count)` posts one of the bodies again and again.
+/// The page: `post(name, kind, count)` posts one of the bodies to a handler again and again.
 constexpr const char* page = R"(<script>
 const bodies = {
     number: 7,
@@ -29,119 +29,94 @@ const bodies = {
         unread: i % 2 == 0, labels: ['inbox', 'team'], size: i * 1.5}))},
     megabyte: 'x'.repeat(1000000),
 };
-function post(kind, count) {
-    const handler = webkit.messageHandlers.bench, body = bodies[kind];
+function post(name, kind, count) {
+    const handler = webkit.messageHandlers[name], body = bodies[kind];
     for (let i = 0; i < count; ++i) handler.postMessage(body);
 }
-webkit.messageHandlers.bench.postMessage('ready');
+webkit.messageHandlers.kit.postMessage('ready');
 </script>)";
 
-/// A side of a comparison: a view with the page, and the messages that arrived.
-struct Side {
-    WebKitWebView* view = nullptr;
-    std::size_t arrived = 0;
-    std::size_t awaited = 0;
-    bool done = false;
-
-    void message()
-    {
-        if (++arrived == awaited)
-            done = true;
-    }
-    void load()
-    {
-        expect(1);
-        webkit_web_view_load_html(view, page, "https://bench.example/");
-        runUntil(done);
-    }
-    void expect(std::size_t count)
-    {
-        arrived = 0;
-        awaited = count;
-        done = false;
-    }
-    /// Microseconds a message.
-    double post(const char* kind, std::size_t count)
-    {
-        expect(count);
-        const std::string script = "post('" + std::string(kind) + "', " + std::to_string(count) + ")";
-        const double seconds = secondsOf([&] {
-            webkit_web_view_evaluate_javascript(
-                view, script.c_str(), -1, nullptr, nullptr, nullptr, nullptr, nullptr);
-            runUntil(done);
-        });
-        return seconds * 1e6 / static_cast<double>(count);
-    }
-};
-
-/// The kit: a registry with one typed handler that counts.
-struct KitSide : Side {
-    struct Counting : ScriptMessageHandler<Side*> {
-        [[nodiscard]] std::string messageName() const override { return "bench"; }
-        void handleMessage(const std::string&, const Value& body, Side* const& side) override
-        {
-            if (!body.isNull())
-                side->message();
-        }
-    };
-
-    KitSide()
+/// One page with two handlers, so that both sides have the same process, page and memory, and differ in
+/// nothing but the native side: "kit" is the kit's registry with one typed handler that counts; "bare" is a
+/// handler of the bare engine that counts, and where a text is meant, takes it out.
+class Bridge {
+public:
+    Bridge()
     {
         const auto configuration = std::make_shared<WKWebViewConfiguration>();
         configuration->setProcessPool(std::make_shared<WKProcessPool>());
-        std::make_shared<WebViewMessageHandler<Side*>>(
+        std::make_shared<WebViewMessageHandler<Bridge*>>(
             this, std::vector<std::shared_ptr<AnyScriptMessageHandler>>{std::make_shared<Counting>()})
             ->registerHandlers(*configuration);
         webView = std::make_shared<WKWebView>(CGRect{{}, {800, 600}}, configuration);
-        view = webKitWebView(*webView);
-        load();
-    }
-
-    std::shared_ptr<WKWebView> webView;
-};
-
-/// The bare engine: a handler that counts, and where a text is meant, takes it out.
-struct BareSide : Side {
-    BareSide()
-    {
-        WebKitUserContentManager* content = webkit_user_content_manager_new();
-        g_signal_connect(content, "script-message-received::bench",
+        WebKitUserContentManager* content = webkit_web_view_get_user_content_manager(engineView());
+        g_signal_connect(content, "script-message-received::bare",
             G_CALLBACK(+[](WebKitUserContentManager*, WebKitJavascriptResult* result, gpointer data) {
-                auto* side = static_cast<BareSide*>(data);
-                if (side->takesText)
+                auto* bridge = static_cast<Bridge*>(data);
+                if (bridge->takesText)
                     g_free(jsc_value_to_string(webkit_javascript_result_get_js_value(result)));
-                side->message();
+                bridge->message();
             }),
             this);
-        webkit_user_content_manager_register_script_message_handler(content, "bench");
-        view = WEBKIT_WEB_VIEW(webkit_web_view_new_with_user_content_manager(content));
-        g_object_ref_sink(view);
-        load();
+        webkit_user_content_manager_register_script_message_handler(content, "bare");
+        left = 1;
+        webView->loadHTMLString(page, URL::parse("https://bench.example/"));
+        run();
     }
 
+    /// Microseconds a message.
+    double post(const char* name, const char* kind, std::size_t count)
+    {
+        left = count;
+        const std::string script =
+            std::string("post('") + name + "', '" + kind + "', " + std::to_string(count) + ")";
+        const double seconds = secondsOf([&] {
+            webkit_web_view_evaluate_javascript(
+                engineView(), script.c_str(), -1, nullptr, nullptr, nullptr, nullptr, nullptr);
+            run();
+        });
+        return seconds * 1e6 / static_cast<double>(count);
+    }
+
+    [[nodiscard]] WebKitWebView* engineView() const { return webKitWebView(*webView); }
+
+    std::shared_ptr<WKWebView> webView;
     bool takesText = false;
+
+private:
+    struct Counting : ScriptMessageHandler<Bridge*> {
+        [[nodiscard]] std::string messageName() const override { return "kit"; }
+        void handleMessage(const std::string&, const Value& body, Bridge* const& bridge) override
+        {
+            if (!body.isNull())
+                bridge->message();
+        }
+    };
+
+    void message() { --left; }
+    void run() const
+    {
+        while (left > 0)
+            g_main_context_iteration(nullptr, TRUE);
+    }
+
+    std::size_t left = 0;
 };
 
-KitSide& kit()
+Bridge& bridge()
 {
-    static auto& side = *new KitSide;
-    return side;
-}
-
-BareSide& bare()
-{
-    static auto& side = *new BareSide;
-    return side;
+    static auto& shared = *new Bridge;
+    return shared;
 }
 
 Row messageRow(const char* name, const char* kind, std::size_t count, double goal, bool takesText = false)
 {
     return {"bridge/" + std::string(name), "µs",
-        takesText ? "bare handler that takes the text" : "bare handler that counts", goal, 25,
-        [=] { return kit().post(kind, count); },
+        takesText ? "bare handler that takes the text" : "bare handler that counts", goal, 41,
+        [=] { return bridge().post("kit", kind, count); },
         [=] {
-            bare().takesText = takesText;
-            return bare().post(kind, count);
+            bridge().takesText = takesText;
+            return bridge().post("bare", kind, count);
         }};
 }
 
@@ -149,13 +124,12 @@ constexpr std::size_t evaluations = 2000;
 
 double executeOnKit()
 {
-    WebViewJavascriptExecutor executor(kit().webView);
-    kit().expect(1);
+    WebViewJavascriptExecutor executor(bridge().webView);
     return secondsOf([&] {
         for (std::size_t index = 0; index < evaluations; ++index)
             executor.execute("undefined");
         bool ended = false;
-        kit().webView->evaluateJavaScript("undefined", [&](auto&&, auto&&) { ended = true; });
+        bridge().webView->evaluateJavaScript("undefined", [&](auto&&, auto&&) { ended = true; });
         runUntil(ended);
     }) * 1e6
         / evaluations;
@@ -170,13 +144,13 @@ double executeOnEngine()
         if (flag)
             *static_cast<bool*>(flag) = true;
     };
+    WebKitWebView* view = bridge().engineView();
     return secondsOf([&] {
         for (std::size_t index = 0; index < evaluations; ++index)
             webkit_web_view_evaluate_javascript(
-                bare().view, "undefined", -1, nullptr, nullptr, nullptr, finish, nullptr);
+                view, "undefined", -1, nullptr, nullptr, nullptr, finish, nullptr);
         bool ended = false;
-        webkit_web_view_evaluate_javascript(
-            bare().view, "undefined", -1, nullptr, nullptr, nullptr, finish, &ended);
+        webkit_web_view_evaluate_javascript(view, "undefined", -1, nullptr, nullptr, nullptr, finish, &ended);
         runUntil(ended);
     }) * 1e6
         / evaluations;
@@ -193,7 +167,7 @@ double firstMessage(const std::shared_ptr<WKProcessPool>& pool, std::shared_ptr<
     return secondsOf([&] {
         const auto configuration = std::make_shared<WKWebViewConfiguration>();
         configuration->setProcessPool(pool);
-        configuration->userContentController()->add(waiting, "bench");
+        configuration->userContentController()->add(waiting, "kit");
         view = std::make_shared<WKWebView>(CGRect{{}, {800, 600}}, configuration);
         view->loadHTMLString(page, URL::parse("https://bench.example/"));
         runUntil(waiting->done);

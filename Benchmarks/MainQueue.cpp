@@ -51,7 +51,7 @@ double throughput(Post post)
 
 template <class PostWork> double latency(PostWork post)
 {
-    constexpr int items = 3000;
+    constexpr int items = 1500;
     bool ended = false;
     double seconds = 0;
     std::thread poster([&] {
@@ -95,7 +95,7 @@ std::vector<Row> mainQueueRows()
     return {
         {"bridge/main-queue-post", "ns", "an idle source an item", 0.2, 25,
             [] { return throughput(postToQueue); }, [] { return throughput(postAsSource); }},
-        {"bridge/main-queue-latency", "µs", "an idle source an item", 1.0, 25, queueLatency, sourceLatency},
+        {"bridge/main-queue-latency", "µs", "an idle source an item", 1.0, 61, queueLatency, sourceLatency},
     };
 }
 

@@ -20,53 +20,41 @@ namespace {
 
 using ScriptString = std::unique_ptr<OpaqueJSString, FreedBy<JSStringRelease>>;
 
-/// The number of UTF-16 units that a valid UTF-8 text stands for.
-std::size_t utf16Length(std::string_view text)
+/// The text, with U+FFFD for every surrogate without its partner. The engine's own conversion is slower, and
+/// ends at the first of those.
+std::string textOf(JSStringRef script)
 {
-    std::size_t units = 0;
-    for (const char character : text) {
-        const auto byte = static_cast<unsigned char>(character);
-        units += std::size_t((byte & 0xC0) != 0x80) + std::size_t(byte >= 0xF0);
+    const JSChar* units = JSStringGetCharactersPtr(script);
+    const std::size_t length = JSStringGetLength(script);
+    JSChar bits = 0;
+    for (std::size_t index = 0; index < length; ++index)
+        bits |= units[index];
+    std::string text;
+    if (bits < 0x80) { // a byte a unit
+        text.resize_and_overwrite(length, [&](char* buffer, std::size_t size) {
+            for (std::size_t index = 0; index < size; ++index)
+                buffer[index] = static_cast<char>(units[index]);
+            return size;
+        });
+        return text;
     }
-    return units;
-}
-
-/// A text with unpaired surrogates: the engine's own conversion stops at the first of them.
-std::string textWithReplacements(JSStringRef script)
-{
-    const auto* units = reinterpret_cast<const UChar*>(JSStringGetCharactersPtr(script));
-    const auto length = static_cast<std::int32_t>(JSStringGetLength(script));
-    std::string text(std::size_t(length) * 3, '\0');
-    std::int32_t written = 0;
-    UErrorCode status = U_ZERO_ERROR;
-    u_strToUTF8WithSub(text.data(), static_cast<std::int32_t>(std::min<std::size_t>(text.size(), INT32_MAX)),
-        &written, units, length, 0xFFFD, nullptr, &status);
-    text.resize(U_SUCCESS(status) ? std::size_t(written) : 0);
+    if (length > INT32_MAX / 3)
+        return text; // more than the library counts; the engine's own limit is in reach of no page
+    text.resize_and_overwrite(length * 3, [&](char* buffer, std::size_t size) -> std::size_t {
+        std::int32_t written = 0;
+        UErrorCode status = U_ZERO_ERROR;
+        u_strToUTF8WithSub(buffer, static_cast<std::int32_t>(size), &written,
+            reinterpret_cast<const UChar*>(units), static_cast<std::int32_t>(length), 0xFFFD, nullptr,
+            &status);
+        return U_SUCCESS(status) ? static_cast<std::size_t>(written) : 0;
+    });
+    text.shrink_to_fit();
     return text;
 }
 
-std::string textOf(JSStringRef script)
-{
-    const std::size_t units = JSStringGetLength(script);
-    const std::size_t room = JSStringGetMaximumUTF8CStringSize(script);
-    std::string text;
-    char few[256];
-    if (room <= sizeof few) {
-        const std::size_t written = JSStringGetUTF8CString(script, few, sizeof few);
-        text.assign(few, written ? written - 1 : 0);
-    } else {
-        text.resize_and_overwrite(room, [&](char* buffer, std::size_t size) {
-            const std::size_t written = JSStringGetUTF8CString(script, buffer, size);
-            return written ? written - 1 : 0;
-        });
-        text.shrink_to_fit();
-    }
-    return utf16Length(text) == units ? text : textWithReplacements(script);
-}
-
-/// A function of the script context that gives the JSON text of a value, or nothing where JSON would lose or
-/// change something: a date, a number that is not finite or has no exact integer, a hole, bytes, a cycle, a
-/// tangle. It runs where pages' code never does.
+/// A function of the script context that gives the JSON text of a value, or an empty text where JSON would
+/// lose or change something: a date, a number that is not finite or has no exact integer, a hole, bytes, a
+/// cycle, a tangle. It runs where pages' code never does.
 constexpr const char* encoderSource = R"((() => {
     const {getPrototypeOf, prototype} = Object, {isArray} = Array, {stringify} = JSON, exact = 2 ** 53;
     let values, units;
@@ -104,43 +92,56 @@ constexpr const char* encoderSource = R"((() => {
         }
         return true;
     }
-    return (value, depth) => {
+    return value => {
         values = 1e6;
         units = 1 << 26;
-        return isPlain(value, depth) ? stringify(value) : undefined;
+        return isPlain(value, 512) ? stringify(value) : '';
     };
 })())";
 
-/// The engine keeps one context for what comes out of pages, and makes a new one after a while: the function
-/// is kept in the context itself.
+static_assert(Value::maximumDepth == 512, "the encoder's bound");
+
+/// The encoder of the context that was used last, which is kept with it: the engine has one for what comes
+/// out of pages, and may make another after a while.
 JSObjectRef encoderOf(JSContextRef context)
 {
-    static const ScriptString name(JSStringCreateWithUTF8CString("lumokit encoder"));
-    JSObjectRef global = JSContextGetGlobalObject(context);
-    JSValueRef encoder = JSObjectGetProperty(context, global, name.get(), nullptr);
-    if (!encoder || !JSValueIsObject(context, encoder)) {
-        const ScriptString source(JSStringCreateWithUTF8CString(encoderSource));
-        encoder = JSEvaluateScript(context, source.get(), nullptr, nullptr, 1, nullptr);
-        if (!encoder)
-            return nullptr;
-        JSObjectSetProperty(context, global, name.get(), encoder, kJSPropertyAttributeDontEnum, nullptr);
+    struct Kept {
+        JSGlobalContextRef context = nullptr;
+        JSObjectRef encoder = nullptr;
+    };
+    static Kept kept; // script values are read on the main thread alone
+    JSGlobalContextRef wanted = JSContextGetGlobalContext(context);
+    if (wanted == kept.context)
+        return kept.encoder;
+    if (kept.context) {
+        JSValueUnprotect(kept.context, kept.encoder);
+        JSGlobalContextRelease(kept.context);
+        kept = {};
     }
-    return const_cast<JSObjectRef>(encoder);
+    const ScriptString source(JSStringCreateWithUTF8CString(encoderSource));
+    const JSValueRef encoder = JSEvaluateScript(context, source.get(), nullptr, nullptr, 1, nullptr);
+    if (!encoder || !JSValueIsObject(context, encoder))
+        return nullptr;
+    kept = {JSGlobalContextRetain(wanted), const_cast<JSObjectRef>(encoder)};
+    JSValueProtect(kept.context, kept.encoder);
+    return kept.encoder;
 }
 
-/// The short way for what most messages are: one call into the engine for the whole value, where reading it
-/// piece by piece takes a call, and the engine's lock, for every piece of it.
+/// The short way for what most messages are. Every call into the engine takes its lock, which costs more than
+/// what most of them do: here there are three for the whole value, where reading it piece by piece takes
+/// several for every piece.
 std::optional<Value> plainValue(JSContextRef context, JSValueRef script)
 {
     JSObjectRef encoder = encoderOf(context);
     if (!encoder)
         return std::nullopt;
-    const JSValueRef arguments[] = {script, JSValueMakeNumber(context, Value::maximumDepth)};
-    const JSValueRef json = JSObjectCallAsFunction(context, encoder, nullptr, 2, arguments, nullptr);
-    if (!json || !JSValueIsString(context, json))
+    const JSValueRef json = JSObjectCallAsFunction(context, encoder, nullptr, 1, &script, nullptr);
+    if (!json)
         return std::nullopt;
     const ScriptString text(JSValueToStringCopy(context, json, nullptr));
-    return text ? readJSON(textOf(text.get())) : std::nullopt;
+    if (!text || JSStringGetLength(text.get()) == 0)
+        return std::nullopt;
+    return readJSON(textOf(text.get()));
 }
 
 /// Walks a value that came out of a page. The engine hands over a copy without getters or proxies, so that
@@ -152,9 +153,11 @@ public:
     {
     }
 
-    Value read(JSValueRef script)
+    Value read(JSValueRef script) { return read(script, JSValueGetType(context, script)); }
+
+    Value read(JSValueRef script, JSType type)
     {
-        switch (JSValueGetType(context, script)) {
+        switch (type) {
         case kJSTypeBoolean:
             return JSValueToBoolean(context, script);
         case kJSTypeNumber:
@@ -241,10 +244,11 @@ private:
 
 Value valueFromScript(JSContextRef context, JSValueRef script)
 {
-    if (JSValueIsObject(context, script) && !JSValueIsDate(context, script))
+    const JSType type = JSValueGetType(context, script);
+    if (type == kJSTypeObject)
         if (auto value = plainValue(context, script))
             return std::move(*value);
-    return Reader(context).read(script);
+    return Reader(context).read(script, type);
 }
 
 } // namespace LumoKit::detail
