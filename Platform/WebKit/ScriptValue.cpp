@@ -31,10 +31,11 @@ std::string textOf(JSStringRef script)
         bits |= units[index];
     std::string text;
     if (bits < 0x80) { // a byte a unit
-        text.resize_and_overwrite(length, [&](char* buffer, std::size_t size) {
-            for (std::size_t index = 0; index < size; ++index)
+        // Not the size that is handed over: libstdc++ 12 hands over the capacity.
+        text.resize_and_overwrite(length, [&](char* buffer, std::size_t) {
+            for (std::size_t index = 0; index < length; ++index)
                 buffer[index] = static_cast<char>(units[index]);
-            return size;
+            return length;
         });
         return text;
     }

@@ -91,6 +91,17 @@ TEST_F(ScriptMessageBody, KeepsWhatIsNotANumber)
     EXPECT_TRUE(std::isnan(*number));
 }
 
+TEST_F(ScriptMessageBody, KeepsTheLengthOfEveryText)
+{
+    // Buffers grow in steps; a text ends where it ends.
+    for (std::size_t length = 0; length < 70; ++length) {
+        const std::string count = std::to_string(length);
+        EXPECT_EQ(posted("'x'.repeat(" + count + ")"), Value(std::string(length, 'x')));
+        EXPECT_EQ(posted("['y'.repeat(" + count + ") + '\\u00e9']"),
+            Value(Value::Array{std::string(length, 'y') + "é"}));
+    }
+}
+
 TEST_F(ScriptMessageBody, KeepsTenMegabytesOfText)
 {
     const Value ascii = posted("'x'.repeat(10000000)");
