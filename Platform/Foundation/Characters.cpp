@@ -1,5 +1,6 @@
 #include <LumoKit/Platform/Foundation/Characters.h>
 
+#include <simdjson.h>
 #include <unicode/ubrk.h>
 #include <unicode/utext.h>
 
@@ -41,6 +42,11 @@ std::optional<std::string_view> firstCharacters(std::string_view text, std::size
             return std::nullopt;
     }
     return text.substr(0, static_cast<std::size_t>(end));
+}
+
+bool isUTF8(std::string_view bytes)
+{
+    return simdjson::validate_utf8(bytes.data(), bytes.size());
 }
 
 } // namespace LumoKit

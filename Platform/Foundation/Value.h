@@ -35,8 +35,8 @@ using Data = std::vector<std::byte>;
 /// Thread: a value may be read on any thread while no thread assigns to it.
 class Value {
 public:
-    /// An array with nothing but an array in it is written `Array {Value(Array {…})}`: compilers disagree on whether
-    /// `Array {Array {…}}` is that or a copy of the inner one.
+    /// An array with nothing but an array in it is written `Array {Value(Array {…})}`: compilers disagree on
+    /// whether `Array {Array {…}}` is that or a copy of the inner one.
     using Array = std::vector<Value>;
     using Dictionary = std::map<std::string, Value, std::less<>>;
 

@@ -4,6 +4,7 @@
 #include <LumoKit/Platform/Foundation/NSObject.h>
 #include <LumoKit/Platform/WebKit/WKScriptMessageHandler.h>
 #include <LumoKit/Platform/WebKit/WKWebViewConfiguration.h>
+#include <LumoKit/Utility/ServiceInterface.h>
 
 #include <any>
 #include <concepts>
@@ -29,14 +30,6 @@
 ///     registry->registerHandlers(*configuration); // before the web view is made
 
 namespace LumoKit {
-
-/// Root of the small interfaces through which a component asks the host for a service (`Has` + service). A
-/// host's container of dependencies that implements such interfaces can be handed to handlers that know only
-/// one of them.
-class ServiceInterface {
-public:
-    virtual ~ServiceInterface() = default;
-};
 
 /// The dependencies of a registry on their way to a handler: a value whose type only the two ends know.
 class AnyDependencies {

@@ -111,4 +111,14 @@ TEST(FirstCharacters, WorksOnEveryThread)
     std::jthread([] { EXPECT_EQ(firstCharacters("e\u0301f", 2), "e\u0301f"); }).join();
 }
 
+TEST(IsUTF8, TellsTextFromBytes)
+{
+    using namespace std::string_view_literals;
+    for (const auto text : {""sv, "plain"sv, "h\u00E9 \U0001F600"sv, "a\0b"sv, "\xEF\xBB\xBFmarked"sv})
+        EXPECT_TRUE(isUTF8(text)) << text;
+    for (const auto bytes :
+        {"\xFF"sv, "\xC3"sv, "\xC0\x80"sv, "\xED\xA0\x80"sv, "\xF5\x80\x80\x80"sv, "a\x80"sv})
+        EXPECT_FALSE(isUTF8(bytes));
+}
+
 } // namespace
