@@ -13,7 +13,8 @@
 
 namespace LumoKit {
 
-/// A typeface at a size. Units: points. An empty family is the desktop's own.
+/// A typeface at a size.
+/// Units: points. An empty family is the desktop's own.
 struct NSFont {
     std::string family;
     double pointSize = 0;

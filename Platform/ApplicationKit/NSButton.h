@@ -21,7 +21,8 @@ public:
     [[nodiscard]] bool isEnabled() const;
     void setEnabled(bool enabled);
 
-    /// What a click does. Ownership: the button keeps it; what it captures of the button itself must be weak.
+    /// What a click does.
+    /// Ownership: the button keeps it; what it captures of the button itself must be weak.
     void setAction(std::function<void(NSButton&)> action);
 
     /// Does what a click of the user does; nothing while the button is disabled.

@@ -2,7 +2,8 @@
 
 namespace LumoKit {
 
-/// A colour of the standard RGB space, not premultiplied. Units: 0 to 1 for each component.
+/// A colour of the standard RGB space, not premultiplied.
+/// Units: 0 to 1 for each component.
 struct NSColor {
     double redComponent = 0;
     double greenComponent = 0;

@@ -32,7 +32,8 @@ struct NSAutoresizing {
 
 /// A rectangle in a window that holds other views.
 ///
-/// Ownership: a superview keeps its subviews. Thread: the main thread.
+/// Ownership: a superview keeps its subviews.
+/// Thread: the main thread.
 class NSView : public NSObject {
 public:
     /// A view that shows nothing but its subviews. `frame` is in the coordinates of the superview to be.

@@ -29,10 +29,10 @@ public:
 /// A window of the desktop.
 ///
 /// Ownership: the application keeps a window while it is on screen; closing lets go of it.
-/// Thread: the main thread.
-/// Posts `willCloseNotification`, `didBecomeKeyNotification`, `didResignKeyNotification` and
-/// `didResizeNotification` to the default notification centre, with itself as the object. Observable:
-/// "title".
+/// Thread: the main thread. Posts `willCloseNotification`, `didBecomeKeyNotification`,
+/// `didResignKeyNotification` and `didResizeNotification` to the default notification centre, with itself as
+/// the object.
+/// Observable: "title".
 class NSWindow : public NSObject {
 public:
     static constexpr const char* willCloseNotification = "NSWindowWillCloseNotification";

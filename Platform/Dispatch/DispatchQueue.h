@@ -29,8 +29,8 @@ public:
     /// same queue.
     [[nodiscard]] static std::shared_ptr<DispatchQueue> main();
 
-    /// A private queue whose work runs on a thread of its own, which exists while there is work.
-    /// `label` names the thread in debuggers (its first 15 bytes).
+    /// A private queue whose work runs on a thread of its own, which exists while there is work. `label`
+    /// names the thread in debuggers (its first 15 bytes).
     [[nodiscard]] static std::shared_ptr<DispatchQueue> create(
         std::string label, DispatchQoS qos = DispatchQoS::unspecified);
 

@@ -24,7 +24,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// A file that is larger is read beside the main thread. Units: bytes.
+/// A file that is larger is read beside the main thread.
+/// Units: bytes.
 constexpr std::size_t readAtOnce = 256 * 1024;
 
 class Descriptor {
@@ -43,48 +44,23 @@ public:
     const int number;
 };
 
-/// What tells two states of a file apart without reading it. Two writes within a tick of the kernel's clock
-/// look alike.
-struct Identity {
-    dev_t device = 0;
-    ino_t inode = 0;
-    off_t size = 0;
-    timespec modified{};
-    timespec changed{};
-
-    bool operator==(const Identity& other) const
-    {
-        const auto same = [](const timespec& a, const timespec& b) {
-            return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
-        };
-        return device == other.device && inode == other.inode && size == other.size
-            && same(modified, other.modified) && same(changed, other.changed);
-    }
-};
-
-Identity identityOf(const struct stat& status)
-{
-    return {status.st_dev, status.st_ino, status.st_size, status.st_mtim, status.st_ctim};
-}
-
-/// A file as it was once: nothing where there was none.
-struct Snapshot {
-    std::optional<Identity> identity;
-    /// Of the contents; nothing where they were not read yet.
-    std::optional<std::size_t> hash;
-};
+/// A file as it was once: the hash of its contents, and nothing where there was no file that could be read.
+/// Times and sizes do not tell: two writes within a tick of the kernel's clock leave the same behind, and a
+/// file may be touched without a change.
+using Snapshot = std::optional<std::size_t>;
 
 struct Reading {
     Snapshot snapshot;
     std::optional<Data> contents;
 };
 
-std::optional<struct stat> statusOf(const std::string& path)
+/// The size of a file; nothing where there is none.
+std::optional<std::size_t> sizeOf(const std::string& path)
 {
     struct stat status{};
     if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
         return std::nullopt;
-    return status;
+    return static_cast<std::size_t>(status.st_size);
 }
 
 Reading readNow(const std::string& path)
@@ -103,14 +79,14 @@ Reading readNow(const std::string& path)
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0)
-            return {{identityOf(status), std::nullopt}, std::nullopt};
+            return {};
         if (count == 0)
             break;
         filled += static_cast<std::size_t>(count);
     }
     contents.resize(filled);
     const std::string_view bytes(reinterpret_cast<const char*>(contents.data()), contents.size());
-    return {{identityOf(status), std::hash<std::string_view>()(bytes)}, std::move(contents)};
+    return {std::hash<std::string_view>()(bytes), std::move(contents)};
 }
 
 /// The folders that lead to a file, each with the names in it that matter: what has to be watched. Links are
@@ -245,11 +221,7 @@ std::expected<void, Error> Local::State::start()
     g_source_set_callback(source, G_SOURCE_FUNC(arrived), this, nullptr); // the source goes with this state
     g_source_attach(source, nullptr);
     events = detail::Source::adopt(source);
-    // What the file holds now is where changes count from. A large one is read beside the main thread; if it
-    // has changed by then, it no longer looks like this.
-    if (const auto status = statusOf(path))
-        last.identity = identityOf(*status);
-    look();
+    last = readNow(path).snapshot; // where changes count from
     return {};
 }
 
@@ -339,8 +311,8 @@ void Local::State::look()
         lookAgain = true;
         return;
     }
-    const auto status = statusOf(path);
-    if (!status || static_cast<std::size_t>(status->st_size) <= readAtOnce)
+    const auto size = sizeOf(path);
+    if (!size || *size <= readAtOnce)
         return finishLook(readNow(path));
     looking = true;
     if (!reader)
@@ -361,10 +333,7 @@ void Local::State::look()
 
 void Local::State::finishLook(Reading reading)
 {
-    const Snapshot before = std::exchange(last, reading.snapshot);
-    const bool sameFile = before.identity == last.identity;
-    const bool sameContents = !before.hash || !last.hash || before.hash == last.hash;
-    if (sameFile && sameContents)
+    if (std::exchange(last, reading.snapshot) == reading.snapshot)
         return;
     queue->async([weak = weak_from_this(), contents = std::move(reading.contents)]() mutable {
         if (const auto alive = weak.lock())

@@ -29,19 +29,21 @@ struct RefreshResult {
 /// last one always is, and none is told twice.
 ///
 /// Thread: made, started and released on the main thread, while its main loop runs; results arrive on the
-/// given queue, in their order. Lifetime: no result arrives after the watcher was released on that queue's
-/// thread.
+/// given queue, in their order.
+/// Lifetime: no result arrives after the watcher was released on that queue's thread.
 class Local {
 public:
     /// `refreshInterval` is how long a file must rest while it is being written before it is read; a file
-    /// that is closed, or replaced, is read at once. Units: seconds.
+    /// that is closed, or replaced, is read at once.
+    /// Units: seconds.
     Local(std::string path, double refreshInterval, std::shared_ptr<DispatchQueue> queue);
     ~Local();
     Local(const Local&) = delete;
     Local& operator=(const Local&) = delete;
 
-    /// Starts to watch. What the file holds now is no change. The file, and the folders that lead to it, need
-    /// not exist. Errors: the kernel has no more watches to give, or the watcher was started already.
+    /// Starts to watch. What the file holds now, which is read for that, is no change. The file, and the
+    /// folders that lead to it, need not exist.
+    /// Errors: the kernel has no more watches to give, or the watcher was started already.
     [[nodiscard]] std::expected<void, Error> start(std::function<void(const RefreshResult&)> callback);
 
 private:

@@ -16,7 +16,9 @@ namespace LumoKit {
 /// Source: Unicode Standard Annex 29, extended grapheme clusters.
 [[nodiscard]] std::optional<std::string_view> firstCharacters(std::string_view text, std::size_t count);
 
-/// Whether bytes are UTF-8. Thread: any. Source: RFC 3629.
+/// Whether bytes are UTF-8.
+/// Thread: any.
+/// Source: RFC 3629.
 [[nodiscard]] bool isUTF8(std::string_view bytes);
 
 } // namespace LumoKit

@@ -15,8 +15,8 @@ namespace LumoKit {
 class FileManager {
 public:
     /// Where the user's applications keep their data: one folder, which is made (for the user alone) if it
-    /// does not exist; none where the environment names no place for it. Source: XDG Base Directory
-    /// Specification, `$XDG_DATA_HOME` or `$HOME/.local/share`.
+    /// does not exist; none where the environment names no place for it.
+    /// Source: XDG Base Directory Specification, `$XDG_DATA_HOME` or `$HOME/.local/share`.
     [[nodiscard]] static std::vector<URL> applicationSupportDirectories();
 
     /// Whether there is anything at a path. A link counts as what it leads to.

@@ -46,7 +46,8 @@ public:
     NotificationCenter& operator=(const NotificationCenter&) = delete;
 
     /// Calls `handler` for each notification with this name (any, where absent) from this sender (any, where
-    /// null). Lifetime: the centre does not keep `object`; once that is gone the handler is not called again.
+    /// null).
+    /// Lifetime: the centre does not keep `object`; once that is gone the handler is not called again.
     NotificationObserver addObserver(std::optional<std::string> name, const std::shared_ptr<NSObject>& object,
         std::function<void(const Notification&)> handler);
 

@@ -44,7 +44,7 @@ std::optional<URL> URL::parse(std::string_view text)
 {
     if (text.empty())
         return std::nullopt; // a same-document reference to the grammar, but to nobody who asks for an
-                             // address
+            // address
     auto parsed = std::make_shared<Parsed>(text);
     auto result = boost::urls::parse_uri_reference(parsed->text);
     if (!result)

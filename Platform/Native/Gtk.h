@@ -4,7 +4,8 @@
 /// The one public door to GTK and WebKitGTK: the native object behind an object of the kit, for hosts that
 /// need what the kit does not offer. Whoever includes this builds against both libraries.
 ///
-/// Ownership of everything here: borrowed; it lives as long as the kit's object. Thread: the main thread.
+/// Ownership of everything here: borrowed; it lives as long as the kit's object.
+/// Thread: the main thread.
 
 #include <gtk/gtk.h>
 #include <webkit2/webkit2.h>

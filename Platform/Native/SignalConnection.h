@@ -20,7 +20,8 @@ public:
     SignalConnection() = default;
 
     /// Connects `handler`, called with the signal's own arguments, the emitter first:
-    /// `connect<void(GtkButton*)>(…)`. Ownership: the connection keeps the handler, not the emitter.
+    /// `connect<void(GtkButton*)>(…)`.
+    /// Ownership: the connection keeps the handler, not the emitter.
     template <class Signature, class Handler>
     static SignalConnection connect(gpointer emitter, const char* signal, Handler handler)
     {

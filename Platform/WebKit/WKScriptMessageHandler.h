@@ -11,7 +11,8 @@ class WKScriptMessageHandler {
 public:
     virtual ~WKScriptMessageHandler() = default;
 
-    /// A page posted `didReceive`. Thread: the main thread.
+    /// A page posted `didReceive`.
+    /// Thread: the main thread.
     virtual void userContentController(
         WKUserContentController& userContentController, const WKScriptMessage& didReceive) = 0;
 };

@@ -52,7 +52,8 @@ class WKURLSchemeHandler {
 public:
     virtual ~WKURLSchemeHandler() = default;
 
-    /// A page of `webView` asks for `task.url()`. Thread: the main thread.
+    /// A page of `webView` asks for `task.url()`.
+    /// Thread: the main thread.
     virtual void start(WKWebView& webView, const std::shared_ptr<WKURLSchemeTask>& task) = 0;
 };
 

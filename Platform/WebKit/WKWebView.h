@@ -17,7 +17,8 @@ namespace LumoKit {
 ///
 /// Thread: the main thread; every callback arrives there.
 /// Lifetime: when the view is released its page is closed, and evaluations that are under way end with an
-/// error. Observable: "title", "URL", "estimatedProgress", "loading".
+/// error.
+/// Observable: "title", "URL", "estimatedProgress", "loading".
 class WKWebView : public NSView {
 public:
     /// A view made from `configuration`, ready to load. Made by `std::make_shared`.
@@ -54,7 +55,8 @@ public:
 
     /// Runs a script in the page's main frame and then calls `completionHandler`, if there is one, with its
     /// value, as data (see `WKScriptMessage::body`), or an error; with neither for an undefined value. Never
-    /// calls back synchronously. Lifetime: the handler is called once, also when the view is released before.
+    /// calls back synchronously.
+    /// Lifetime: the handler is called once, also when the view is released before.
     void evaluateJavaScript(const std::string& script, EvaluationHandler completionHandler = {});
 
     [[nodiscard]] Value value(std::string_view forKey) const override;

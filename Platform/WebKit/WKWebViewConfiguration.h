@@ -30,8 +30,9 @@ public:
     void setProcessPool(std::shared_ptr<WKProcessPool> processPool);
 
     /// Lets `handler` answer what pages ask for under `scheme`. Such a page has an origin of its own, made of
-    /// scheme and host, and counts as secure. Errors: stops the process for a text that is no scheme, one
-    /// that the engine handles itself, and one that has a handler.
+    /// scheme and host, and counts as secure.
+    /// Errors: stops the process for a text that is no scheme, one that the engine handles itself, and one
+    /// that has a handler.
     void setURLSchemeHandler(std::shared_ptr<WKURLSchemeHandler> handler, const std::string& forURLScheme);
     /// Null for a scheme without one. Schemes are compared without regard to letter case.
     [[nodiscard]] std::shared_ptr<WKURLSchemeHandler> urlSchemeHandler(const std::string& forURLScheme) const;

@@ -12,7 +12,8 @@ namespace LumoKit {
 /// ("#FFF" is 0x000FFF) and no digits beyond the last six count ("-1" is white).
 ///
 /// Errors: stops the process for a text that is no such number, or one that does not fit in 64 bits.
-/// Units of `alpha`: 0 to 1. Thread: any.
+/// Units of `alpha`: 0 to 1.
+/// Thread: any.
 [[nodiscard]] NSColor color(std::string_view hex, double alpha);
 
 } // namespace LumoKit

@@ -15,7 +15,8 @@ namespace LumoKit {
 /// Watches text files and hands their new contents to a callback whenever they change. A file that is watched
 /// twice has two watchers, and both callbacks are called.
 ///
-/// Lifetime: a watch ends when the manager is released, and not before. Thread: the main thread.
+/// Lifetime: a watch ends when the manager is released, and not before.
+/// Thread: the main thread.
 class FileWatcherManager {
 public:
     /// `config` is whatever the host wants to keep here; the manager does not read it.

@@ -11,8 +11,9 @@ public:
 
     /// The application's data directory: a folder named after the bundle identifier where the user's
     /// applications keep their data. It is looked for at every call, and made if nothing has its name; a
-    /// failure is printed, and shows at the first use. Errors: stops the process when the user has no such
-    /// place, or the main bundle no identifier. Thread: any.
+    /// failure is printed, and shows at the first use.
+    /// Errors: stops the process when the user has no such place, or the main bundle no identifier.
+    /// Thread: any.
     [[nodiscard]] static URL applicationDataDirectoryURL();
 };
 

@@ -26,7 +26,8 @@ public:
 
     [[nodiscard]] bool isSuccess() const { return content.index() == 0; }
 
-    /// The value; null for a failure. Lifetime: as long as this result is not assigned to.
+    /// The value; null for a failure.
+    /// Lifetime: as long as this result is not assigned to.
     [[nodiscard]] const T* value() const { return std::get_if<0>(&content); }
     [[nodiscard]] T* value() { return std::get_if<0>(&content); }
 
@@ -38,7 +39,8 @@ public:
     }
 
     /// The same outcome with the value given by `transform`; a failure stays the failure that it is, and
-    /// `transform` is not called. Errors: what `transform` throws passes to the caller.
+    /// `transform` is not called.
+    /// Errors: what `transform` throws passes to the caller.
     template <class Transform> [[nodiscard]] auto mapSuccess(Transform&& transform) const
     {
         using U = std::remove_cvref_t<std::invoke_result_t<Transform, const T&>>;

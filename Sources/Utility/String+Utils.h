@@ -13,7 +13,9 @@ namespace LumoKit {
 /// mistake of the caller.
 ///
 /// Errors: stops the process when `to` leaves no room for `appending`, and when the text has fewer characters
-/// than the smaller of its bytes and that room. Units of `to`: bytes of UTF-8. Thread: any.
+/// than the smaller of its bytes and that room.
+/// Units of `to`: bytes of UTF-8.
+/// Thread: any.
 [[nodiscard]] std::string clipped(std::string_view text, std::int64_t to, std::string_view appending);
 
 } // namespace LumoKit

@@ -23,13 +23,16 @@ enum class Symbol : std::uint8_t {
 /// The number of symbols.
 inline constexpr std::size_t symbolCount = 62;
 
-/// The one character that a symbol stands for. Thread: any.
+/// The one character that a symbol stands for.
+/// Thread: any.
 [[nodiscard]] std::string_view rawValue(Symbol symbol);
 
-/// The symbol of a one-character text; nothing for any other text. Thread: any.
+/// The symbol of a one-character text; nothing for any other text.
+/// Thread: any.
 [[nodiscard]] std::optional<Symbol> symbol(std::string_view rawValue);
 
-/// The characters of all symbols, in their order. Thread: any.
+/// The characters of all symbols, in their order.
+/// Thread: any.
 [[nodiscard]] std::string text(std::span<const Symbol> symbols);
 
 } // namespace LumoKit

@@ -38,7 +38,8 @@ public:
     [[noreturn]] static std::shared_ptr<ProxyWebView> create(NSCoder& coder);
 
     /// Called with each event and the view's address at that moment; not called while that is empty. Read at
-    /// each event. Ownership: the view keeps it; what it captures of the view itself must be weak.
+    /// each event.
+    /// Ownership: the view keeps it; what it captures of the view itself must be weak.
     std::function<void(NavigationType, const URL&)> navigationHandler;
 
 private:

@@ -49,7 +49,8 @@ public:
     AnyDependencies& operator=(const AnyDependencies&) = delete;
 
     /// The value as `Dependencies`: its own type, or a service interface that it (or what it points to)
-    /// implements. Errors: stops the process if it is neither.
+    /// implements.
+    /// Errors: stops the process if it is neither.
     template <class Dependencies> [[nodiscard]] const Dependencies& forced() const
     {
         if constexpr (std::copy_constructible<Dependencies>)
@@ -77,7 +78,8 @@ public:
     /// The name under which the handler is registered: the same for the whole life of the handler.
     [[nodiscard]] virtual std::string messageName() const = 0;
 
-    /// A page posted `messageBody`. Thread: the main thread.
+    /// A page posted `messageBody`.
+    /// Thread: the main thread.
     virtual void handleMessage(
         const std::string& messageName, const Value& messageBody, const AnyDependencies& dependencies) = 0;
 };
@@ -89,7 +91,8 @@ template <class HandlerDependencies> class ScriptMessageHandler : public AnyScri
 public:
     using Dependencies = HandlerDependencies;
 
-    /// A page posted `messageBody`. Thread: the main thread.
+    /// A page posted `messageBody`.
+    /// Thread: the main thread.
     virtual void handleMessage(
         const std::string& messageName, const Value& messageBody, const Dependencies& dependencies) = 0;
 
@@ -111,7 +114,8 @@ public:
     const Handlers unregisteredHandlers;
 
     /// Attaches every handler to the pages of the views that are made from the configuration. To be called
-    /// once. Errors: stops the process when two handlers share a name, and when called again.
+    /// once.
+    /// Errors: stops the process when two handlers share a name, and when called again.
     void registerHandlers(WKWebViewConfiguration& in);
 
     /// Hands a message to the handler of its name.
@@ -139,8 +143,9 @@ private:
 /// The one object that a host attaches to a configuration for all of its pages' messages.
 ///
 /// Everything that can go wrong here is a mistake in the host and stops the process; nothing is told to the
-/// page, and no reply goes back to it. Ownership: keeps its handlers and dependencies; the configuration's
-/// content controller keeps the registry. Thread: the main thread.
+/// page, and no reply goes back to it.
+/// Ownership: keeps its handlers and dependencies; the configuration's content controller keeps the registry.
+/// Thread: the main thread.
 template <class Dependencies> class WebViewMessageHandler final : public detail::MessageRegistry {
 public:
     /// Registers nothing yet.

@@ -16,7 +16,8 @@ namespace LumoSuite {
 ///
 /// Thread: everything runs on the GLib main context that is the thread-default one when `start` is called.
 /// That context has to be run for requests to be answered, and the service has to be destroyed on the same
-/// thread. Lifetime: destroying the service closes the port and every connection.
+/// thread.
+/// Lifetime: destroying the service closes the port and every connection.
 class Service {
 public:
     /// What a service is started with.

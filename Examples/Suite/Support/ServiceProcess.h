@@ -18,8 +18,9 @@ public:
     using Started = std::function<void(const std::expected<std::string, LumoKit::Error>& origin)>;
 
     /// Starts `executable` with the given pages and calls `started` with the service's origin
-    /// ("http://127.0.0.1:port"), or why there is none. Lifetime: the service ends when this object is
-    /// destroyed, and when the application dies, however it dies.
+    /// ("http://127.0.0.1:port"), or why there is none.
+    /// Lifetime: the service ends when this object is destroyed, and when the application dies, however it
+    /// dies.
     ServiceProcess(
         const std::filesystem::path& executable, const std::filesystem::path& pages, const Started& started);
     ~ServiceProcess();

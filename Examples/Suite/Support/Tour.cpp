@@ -12,7 +12,8 @@ using namespace LumoKit;
 
 namespace {
 
-/// How long a step may take. Units: seconds.
+/// How long a step may take.
+/// Units: seconds.
 constexpr double patience = 20;
 
 } // namespace
