@@ -6,7 +6,6 @@
 
 #include <bit>
 #include <cstdlib>
-#include <cstring>
 #include <limits>
 #include <memory>
 
@@ -107,23 +106,18 @@ Value valueOf(plist_t node, int depth)
         return number;
     }
     case PLIST_STRING: {
-        char* text = nullptr;
-        plist_get_string_val(node, &text);
-        const Text owned(text);
-        return owned ? Value(owned.get()) : Value("");
+        // Not plist_get_string_val, which stops the process at a text with a NUL character in it.
+        std::uint64_t length = 0;
+        const char* text = plist_get_string_ptr(node, &length);
+        return text ? Value(std::string_view(text, length)) : Value("");
     }
     case PLIST_DATE:
         return Date(
             std::chrono::duration<double>(referenceDate + std::bit_cast<double>(scalarOf(node).bits)));
     case PLIST_DATA: {
-        char* bytes = nullptr;
         std::uint64_t length = 0;
-        plist_get_data_val(node, &bytes, &length);
-        const Text owned(bytes);
-        Data data(owned ? length : 0);
-        if (owned && length)
-            std::memcpy(data.data(), owned.get(), length);
-        return data;
+        const auto* bytes = reinterpret_cast<const std::byte*>(plist_get_data_ptr(node, &length));
+        return bytes ? Data(bytes, bytes + length) : Data();
     }
     case PLIST_ARRAY:
         return arrayOf(node, depth);
@@ -145,9 +139,9 @@ std::optional<Value> readPropertyList(std::span<const std::byte> bytes)
     const std::string_view text(start, length);
     plist_t root = nullptr;
     if (plist_is_binary(start, length)) {
-        if (detail::isBinaryOfBoundedShape(text))
+        if (detail::isSoundBinary(text))
             plist_from_bin(start, length, &root);
-    } else if (detail::isXMLOfBoundedDepth(text)) {
+    } else if (detail::isSoundXML(text)) {
         plist_from_xml(start, length, &root);
     }
     const std::unique_ptr<void, FreeNode> owned(root);

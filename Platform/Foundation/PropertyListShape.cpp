@@ -1,6 +1,7 @@
 #include "PropertyListShape.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdint>
 #include <vector>
 
@@ -37,33 +38,66 @@ public:
     std::uint64_t count = 0;
     std::uint64_t top = 0;
 
-    /// The objects that an object refers to; none for one that is no container or lies outside of the list.
+    /// The objects that an object refers to, of a dictionary the keys first; none for one that is no container or
+    /// lies outside of the list.
     [[nodiscard]] std::vector<std::uint64_t> references(std::uint64_t object) const
     {
-        const std::uint64_t start = number(table + object * offsetSize, offsetSize);
-        const std::uint64_t marker = number(start, 1);
-        const std::uint64_t kind = marker >> 4;
-        const bool isDictionary = kind == 0xD;
-        if (kind != 0xA && kind != 0xB && kind != 0xC && !isDictionary)
+        const Body body = bodyOf(object);
+        if (body.kind != 0xA && body.kind != 0xB && body.kind != 0xC && body.kind != dictionary)
             return {};
-        std::uint64_t length = marker & 0xF;
-        std::uint64_t first = start + 1;
-        if (length == 0xF) { // the length stands in an integer of its own
-            const std::uint64_t size = std::uint64_t(1) << (number(first, 1) & 0xF);
-            if (size > 8)
-                return {};
-            length = number(first + 1, size);
-            first += 1 + size;
-        }
-        if (first > bytes.size() || length > (bytes.size() - first) / referenceSize / (isDictionary ? 2 : 1))
+        const std::uint64_t each = referenceSize * (body.kind == dictionary ? 2 : 1);
+        if (body.first > bytes.size() || body.length > (bytes.size() - body.first) / each)
             return {};
-        std::vector<std::uint64_t> found(isDictionary ? 2 * length : length);
+        std::vector<std::uint64_t> found(body.kind == dictionary ? 2 * body.length : body.length);
         for (std::uint64_t index = 0; index < found.size(); ++index)
-            found[index] = number(first + index * referenceSize, referenceSize);
+            found[index] = number(body.first + index * referenceSize, referenceSize);
         return found;
     }
 
+    /// How many of an object's references are keys.
+    [[nodiscard]] std::uint64_t keyCount(std::uint64_t object, std::uint64_t references) const
+    {
+        return bodyOf(object).kind == dictionary ? references / 2 : 0;
+    }
+
+    /// Whether an object is a text with a NUL character in it.
+    [[nodiscard]] bool isTextWithNul(std::uint64_t object) const
+    {
+        const Body body = bodyOf(object);
+        const std::uint64_t unit = body.kind == 5 ? 1 : body.kind == 6 ? 2 : 0; // ASCII, UTF-16
+        if (unit == 0 || body.first > bytes.size() || body.length > (bytes.size() - body.first) / unit)
+            return false;
+        for (std::uint64_t index = 0; index < body.length; ++index)
+            if (number(body.first + index * unit, unit) == 0)
+                return true;
+        return false;
+    }
+
 private:
+    static constexpr std::uint64_t dictionary = 0xD;
+
+    /// An object's marker: what it is, how long, and where its contents begin.
+    struct Body {
+        std::uint64_t kind = 0;
+        std::uint64_t length = 0;
+        std::uint64_t first = 0;
+    };
+
+    [[nodiscard]] Body bodyOf(std::uint64_t object) const
+    {
+        const std::uint64_t start = number(table + object * offsetSize, offsetSize);
+        const std::uint64_t marker = number(start, 1);
+        Body body{marker >> 4, marker & 0xF, start + 1};
+        if (body.length == 0xF) { // it stands in an integer of its own
+            const std::uint64_t size = std::uint64_t(1) << (number(body.first, 1) & 0xF);
+            if (size > 8)
+                return {};
+            body.length = number(body.first + 1, size);
+            body.first += 1 + size;
+        }
+        return body;
+    }
+
     /// A big-endian number; zero where it is not inside the list.
     [[nodiscard]] std::uint64_t number(std::uint64_t start, std::uint64_t size) const
     {
@@ -83,12 +117,34 @@ private:
 
 } // namespace
 
-bool isXMLOfBoundedDepth(std::string_view bytes)
+namespace {
+
+/// Whether a text of XML has a NUL character in it, as it is or as a reference ("&#0;", "&#x00;").
+bool holdsNul(std::string_view xml)
+{
+    if (xml.find('\0') != xml.npos)
+        return true;
+    for (std::size_t at = xml.find("&#"); at != xml.npos; at = xml.find("&#", at + 2)) {
+        std::string_view digits = xml.substr(at + 2);
+        if (digits.starts_with('x') || digits.starts_with('X'))
+            digits.remove_prefix(1);
+        const std::size_t end = digits.find_first_not_of('0');
+        if (end != 0 && end != digits.npos && !std::isxdigit(static_cast<unsigned char>(digits[end])))
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+bool isSoundXML(std::string_view bytes)
 {
     // Only containers count: nothing else holds an element.
     const auto isContainer = [](std::string_view tag) {
         return tag.starts_with("array") || tag.starts_with("dict");
     };
+    if (holdsNul(bytes))
+        return false;
     std::uint64_t depth = 0;
     std::size_t at = bytes.find('<');
     while (at != bytes.npos) {
@@ -110,7 +166,7 @@ bool isXMLOfBoundedDepth(std::string_view bytes)
     return true;
 }
 
-bool isBinaryOfBoundedShape(std::string_view bytes)
+bool isSoundBinary(std::string_view bytes)
 {
     const BinaryObjects objects(bytes);
     if (!objects.isWhole)
@@ -131,6 +187,10 @@ bool isBinaryOfBoundedShape(std::string_view bytes)
     const auto enter = [&](std::uint64_t object) {
         shapes[object].entered = true;
         path.push_back({object, objects.references(object)});
+        const auto& references = path.back().references;
+        for (std::uint64_t key = 0; key < objects.keyCount(object, references.size()); ++key)
+            if (references[key] < objects.count && objects.isTextWithNul(references[key]))
+                return false;
         return path.size() <= maximumLevels;
     };
     if (!enter(objects.top))

@@ -8,8 +8,8 @@
 
 namespace {
 
-using LumoKit::detail::isBinaryOfBoundedShape;
-using LumoKit::detail::isXMLOfBoundedDepth;
+using LumoKit::detail::isSoundBinary;
+using LumoKit::detail::isSoundXML;
 
 std::string repeated(std::string_view text, int times)
 {
@@ -21,30 +21,30 @@ std::string repeated(std::string_view text, int times)
 
 TEST(PropertyListShape, OfXMLIsBoundedInDepth)
 {
-    EXPECT_TRUE(isXMLOfBoundedDepth("<plist><dict><key>k</key><array/></dict></plist>"));
-    EXPECT_TRUE(isXMLOfBoundedDepth(repeated("<array>", 4096) + repeated("</array>", 4096)));
-    EXPECT_FALSE(isXMLOfBoundedDepth(repeated("<array>", 4097)));
-    EXPECT_FALSE(isXMLOfBoundedDepth(repeated("<dict><key>k</key>", 4097)));
+    EXPECT_TRUE(isSoundXML("<plist><dict><key>k</key><array/></dict></plist>"));
+    EXPECT_TRUE(isSoundXML(repeated("<array>", 4096) + repeated("</array>", 4096)));
+    EXPECT_FALSE(isSoundXML(repeated("<array>", 4097)));
+    EXPECT_FALSE(isSoundXML(repeated("<dict><key>k</key>", 4097)));
 }
 
 TEST(PropertyListShape, OfXMLCountsOnlyWhatIsOpen)
 {
-    EXPECT_TRUE(isXMLOfBoundedDepth("<array>" + repeated("<array></array><dict/>", 10'000) + "</array>"));
-    EXPECT_TRUE(isXMLOfBoundedDepth("<!-- " + repeated("<array>", 10'000) + " -->"));
-    EXPECT_TRUE(isXMLOfBoundedDepth("<string><![CDATA[" + repeated("<array>", 10'000) + "]]></string>"));
+    EXPECT_TRUE(isSoundXML("<array>" + repeated("<array></array><dict/>", 10'000) + "</array>"));
+    EXPECT_TRUE(isSoundXML("<!-- " + repeated("<array>", 10'000) + " -->"));
+    EXPECT_TRUE(isSoundXML("<string><![CDATA[" + repeated("<array>", 10'000) + "]]></string>"));
 }
 
 TEST(PropertyListShape, OfXMLIsNotHiddenBehindComments)
 {
-    EXPECT_FALSE(isXMLOfBoundedDepth(repeated("<array><!-- </array> -->", 5000)));
-    EXPECT_FALSE(isXMLOfBoundedDepth(repeated("<array><![CDATA[</array>]]>", 5000)));
-    EXPECT_FALSE(isXMLOfBoundedDepth(repeated("<array></string>", 5000)));
+    EXPECT_FALSE(isSoundXML(repeated("<array><!-- </array> -->", 5000)));
+    EXPECT_FALSE(isSoundXML(repeated("<array><![CDATA[</array>]]>", 5000)));
+    EXPECT_FALSE(isSoundXML(repeated("<array></string>", 5000)));
 }
 
 TEST(PropertyListShape, OfXMLNeedsNoWholeText)
 {
     for (const char* text : {"", "<", "<a", "<!--", "<!-- -", "<![CDATA[", "</", ">", "<>", "</>", "text"})
-        EXPECT_TRUE(isXMLOfBoundedDepth(text)) << text;
+        EXPECT_TRUE(isSoundXML(text)) << text;
 }
 
 /// A binary list of arrays; each item is the list of the objects that it refers to, and the last one is the
@@ -83,10 +83,10 @@ TEST(PropertyListShape, OfABinaryListIsBoundedInDepth)
             arrays.push_back({level - 1});
         return binary(arrays);
     };
-    EXPECT_TRUE(isBinaryOfBoundedShape(chain(1)));
-    EXPECT_TRUE(isBinaryOfBoundedShape(chain(4096)));
-    EXPECT_FALSE(isBinaryOfBoundedShape(chain(4097)));
-    EXPECT_FALSE(isBinaryOfBoundedShape(chain(100'000)));
+    EXPECT_TRUE(isSoundBinary(chain(1)));
+    EXPECT_TRUE(isSoundBinary(chain(4096)));
+    EXPECT_FALSE(isSoundBinary(chain(4097)));
+    EXPECT_FALSE(isSoundBinary(chain(100'000)));
 }
 
 TEST(PropertyListShape, OfABinaryListIsBoundedInWhatItWouldBeWrittenOut)
@@ -97,30 +97,40 @@ TEST(PropertyListShape, OfABinaryListIsBoundedInWhatItWouldBeWrittenOut)
             arrays.push_back({level - 1, level - 1});
         return binary(arrays);
     };
-    EXPECT_TRUE(isBinaryOfBoundedShape(doubling(20)));
-    EXPECT_FALSE(isBinaryOfBoundedShape(doubling(23)));
-    EXPECT_FALSE(isBinaryOfBoundedShape(doubling(4000)));
+    EXPECT_TRUE(isSoundBinary(doubling(20)));
+    EXPECT_FALSE(isSoundBinary(doubling(23)));
+    EXPECT_FALSE(isSoundBinary(doubling(4000)));
 }
 
 TEST(PropertyListShape, OfABinaryListHasNoCycle)
 {
-    EXPECT_FALSE(isBinaryOfBoundedShape(binary({{0}})));
-    EXPECT_FALSE(isBinaryOfBoundedShape(binary({{2}, {0}, {1}})));
+    EXPECT_FALSE(isSoundBinary(binary({{0}})));
+    EXPECT_FALSE(isSoundBinary(binary({{2}, {0}, {1}})));
 }
 
 TEST(PropertyListShape, OfABinaryListNeedsNoSoundBytes)
 {
     const std::string sound = binary({{}, {0, 7, 0}, {1}}); // 7 refers to nothing
-    EXPECT_TRUE(isBinaryOfBoundedShape(sound));
+    EXPECT_TRUE(isSoundBinary(sound));
     for (std::size_t length = 0; length < sound.size(); ++length)
-        static_cast<void>(isBinaryOfBoundedShape(sound.substr(length)));
+        static_cast<void>(isSoundBinary(sound.substr(length)));
     for (std::size_t at = 0; at < sound.size(); ++at)
         for (const int byte : {0x00, 0x01, 0x7F, 0xAF, 0xDF, 0xFF}) {
             std::string damaged = sound;
             damaged[at] = static_cast<char>(byte);
-            static_cast<void>(
-                isBinaryOfBoundedShape(damaged)); // says something, soon, and reads no byte beyond
+            static_cast<void>(isSoundBinary(damaged)); // says something, soon, and reads no byte beyond
         }
+}
+
+TEST(PropertyListShape, OfXMLHoldsNoNul)
+{
+    using namespace std::string_view_literals;
+    for (const auto text :
+        {"<key>a\0b</key>"sv, "<key>&#0;</key>"sv, "<key>&#x00;</key>"sv, "<string>&#X0;</string>"sv})
+        EXPECT_FALSE(isSoundXML(text)) << text;
+    for (const auto text :
+        {"<key>&#10;</key>"sv, "<key>&#x0A;</key>"sv, "<key>&#</key>"sv, "<key>&#;</key>"sv, "&#0"sv})
+        EXPECT_TRUE(isSoundXML(text)) << text;
 }
 
 } // namespace

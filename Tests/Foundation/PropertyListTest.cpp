@@ -360,4 +360,16 @@ TEST(PropertyList, ReadsALongOne)
     EXPECT_EQ((*list)[19'999], Value("19999"));
 }
 
+TEST(BinaryPropertyList, CutsATextAtAZeroByteAndRefusesSuchAKey)
+{
+    const std::string nul("a\0b", 3);
+    BinaryList texts;
+    EXPECT_EQ(read(texts.list(texts.ascii(nul))), Value("a"));
+    BinaryList keys;
+    const int key = keys.ascii(nul);
+    const int value = keys.ascii("tea");
+    EXPECT_EQ(read(keys.list(keys.dictionary({key}, {value}))), std::nullopt);
+    EXPECT_EQ(read(keys.list(keys.dictionary({value}, {key}))), Value(Value::Dictionary{{"tea", "a"}}));
+}
+
 } // namespace
