@@ -26,7 +26,7 @@ namespace {
 
 /// A file that is larger is read beside the main thread.
 /// Units: bytes.
-constexpr std::size_t readAtOnce = 256 * 1024;
+constexpr std::size_t readAtOnce = 262'144;
 
 class Descriptor {
 public:
@@ -148,7 +148,7 @@ constexpr std::uint32_t contents = IN_MODIFY | IN_CLOSE_WRITE;
 } // namespace
 
 struct Local::State : std::enable_shared_from_this<State> {
-    State(std::string given, double interval, std::shared_ptr<DispatchQueue> results)
+    State(const std::string& given, double interval, std::shared_ptr<DispatchQueue> results)
         : path(fs::absolute(given).string())
         , rest(interval)
         , queue(std::move(results))

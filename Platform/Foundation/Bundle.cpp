@@ -24,8 +24,8 @@ std::optional<Value::Dictionary> readInformation(const fs::path& file)
 /// `…/Name.app` for `…/Name.app/Contents/Linux/program`, else the program's folder.
 fs::path bundleOf(const fs::path& executable)
 {
-    const fs::path folder = executable.parent_path();
-    const fs::path bundle = folder.parent_path().parent_path();
+    fs::path folder = executable.parent_path();
+    fs::path bundle = folder.parent_path().parent_path();
     if (folder.filename() == "Linux" && folder.parent_path().filename() == "Contents"
         && bundle.extension() == ".app")
         return bundle;
@@ -79,7 +79,7 @@ std::optional<fs::path> Bundle::path(std::string_view forResource, std::string_v
         return std::nullopt;
     std::error_code missing;
     const fs::path root = fs::canonical(resources, missing);
-    const fs::path file = fs::canonical(resources / fs::path(name).relative_path(), missing);
+    fs::path file = fs::canonical(resources / fs::path(name).relative_path(), missing);
     if (missing || !fs::is_regular_file(file, missing))
         return std::nullopt;
     // A link that leads out of the bundle is followed no further than a ".." would be.
