@@ -26,13 +26,18 @@ struct WebNative final : NSView::Native {
     explicit WebNative(std::shared_ptr<WKWebViewConfiguration> from, GtkWidget* made)
         : Native(made)
         , configuration(std::move(from))
+        , controller(configuration->userContentController())
+        , pool(configuration->processPool())
     {
     }
     ~WebNative() override { connections.clear(); }
 
     [[nodiscard]] WebKitWebView* view() const { return WEBKIT_WEB_VIEW(widget.get()); }
 
-    std::shared_ptr<WKWebViewConfiguration> configuration;
+    const std::shared_ptr<WKWebViewConfiguration> configuration;
+    // Those that the view was made with, whatever the configuration is given later.
+    const std::shared_ptr<WKUserContentController> controller;
+    const std::shared_ptr<WKProcessPool> pool;
     std::weak_ptr<WKNavigationDelegate> navigationDelegate;
     bool committed = false; // of the load that is under way
     bool failed = false; // the engine reports a failed load as finished, too
@@ -193,7 +198,7 @@ WKWebView::WKWebView(const CGRect& frame, std::shared_ptr<WKWebViewConfiguration
         return makeNative(configuration, views.empty() ? nullptr : nativeOf(*views.front()).view());
     }())
 {
-    configuration->processPool()->views.push_back(this);
+    nativeOf(*this).pool->views.push_back(this);
     WebNative& native = nativeOf(*this);
     native.frame = frame;
     WebKitWebView* view = native.view();
@@ -278,7 +283,7 @@ WKWebView::WKWebView(const CGRect& frame, std::shared_ptr<WKWebViewConfiguration
 WKWebView::~WKWebView()
 {
     nativeOf(*this).connections.clear();
-    std::erase(configuration()->processPool()->views, this);
+    std::erase(nativeOf(*this).pool->views, this);
     g_object_set_data(G_OBJECT(nativeOf(*this).view()), viewKey, nullptr);
 }
 

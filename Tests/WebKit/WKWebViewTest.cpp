@@ -291,6 +291,24 @@ TEST(WKWebView, SharingAProcessSharesNoHandlers)
     EXPECT_TRUE(first.recorder->messages.empty());
 }
 
+TEST(WKWebView, KeepsThePoolAndTheControllerThatItWasMadeWith)
+{
+    const auto pool = std::make_shared<WKProcessPool>();
+    const auto configuration = std::make_shared<WKWebViewConfiguration>();
+    configuration->setProcessPool(pool);
+    {
+        WebPage page(configuration);
+        configuration->setProcessPool(std::make_shared<WKProcessPool>());
+        configuration->setUserContentController(std::make_shared<WKUserContentController>());
+        ASSERT_TRUE(page.show("<p>page</p>"));
+        EXPECT_EQ(page.messageAfter("webkit.messageHandlers.test.postMessage(1)"), Value(1));
+    }
+    const auto later = std::make_shared<WKWebViewConfiguration>();
+    later->setProcessPool(pool); // which must have forgotten the view
+    WebPage second(later);
+    EXPECT_TRUE(second.show("<p>page</p>"));
+}
+
 TEST(WKWebView, OutlivesItsPagesProcess)
 {
     TestServer server;
