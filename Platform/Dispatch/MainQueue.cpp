@@ -114,7 +114,8 @@ private:
             if (turn.empty())
                 turn.swap(incoming);
             else
-                std::ranges::move(incoming, std::back_inserter(turn)), incoming.clear();
+                std::ranges::move(incoming, std::back_inserter(turn));
+            incoming.clear();
         }
         constexpr std::chrono::milliseconds share(4); // a quarter of a frame at 60 Hz
         const auto end = std::chrono::steady_clock::now() + share;
