@@ -1,47 +1,23 @@
+#include "UserFolders.h"
+
 #include <LumoKit/Platform/Foundation/FileManager.h>
 
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <optional>
 
 namespace LumoKit {
 
 namespace fs = std::filesystem;
 
-namespace {
-
-/// A folder that the environment names. "If an implementation encounters a relative path in any of these
-/// variables it should consider the path invalid and ignore it."
-std::optional<fs::path> folderIn(const char* variable)
-{
-    const char* value = std::getenv(variable);
-    if (!value || *value != '/')
-        return std::nullopt;
-    return fs::path(value);
-}
-
-} // namespace
-
 std::vector<URL> FileManager::applicationSupportDirectories()
 {
-    auto folder = folderIn("XDG_DATA_HOME");
-    if (!folder) {
-        const auto home = folderIn("HOME");
-        if (!home)
-            return {};
-        folder = *home / ".local" / "share";
-    }
-    std::error_code ignored; // whoever uses the folder finds out
-    fs::path made;
-    for (const fs::path& part : *folder) {
-        made /= part;
-        if (!fs::exists(made, ignored))
-            ::mkdir(made.c_str(), 0700);
-    }
+    const auto folder = detail::userFolder("XDG_DATA_HOME", ".local/share");
+    if (!folder)
+        return {};
+    detail::makePrivateFolders(*folder);
     return {URL::fileURL(folder->string())};
 }
 
