@@ -28,6 +28,11 @@ UserDefaults::UserDefaults(PreferencesDomain& domain)
 {
 }
 
+UserDefaults::UserDefaults(const UserDefaults& other)
+    : UserDefaults(other.domain)
+{
+}
+
 std::shared_ptr<UserDefaults> UserDefaults::standard()
 {
     static const std::string name = standardName();

@@ -61,6 +61,8 @@ public:
 
 protected:
     explicit UserDefaults(detail::PreferencesDomain& domain);
+    /// For classes that derive from this one: an object over the other's domain.
+    UserDefaults(const UserDefaults& other);
 
 private:
     detail::PreferencesDomain& domain;
