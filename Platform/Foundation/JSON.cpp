@@ -8,22 +8,26 @@ namespace {
 
 namespace dom = simdjson::dom;
 
-Value valueOf(const dom::element& element)
+/// Takes over `element`, which is nested `depth` levels deep, the outermost array or dictionary being the first.
+Value valueOf(const dom::element& element, int depth, bool& isTooDeep)
 {
+    // The library counts an array or dictionary only once there is something in it.
+    const bool nests = element.is_array() || element.is_object();
+    isTooDeep = isTooDeep || (nests && depth > Value::maximumDepth);
     switch (element.type()) {
     case dom::element_type::ARRAY: {
         const dom::array items = element.get_array().value_unsafe();
         Value::Array array;
         array.reserve(items.size());
         for (const dom::element item : items)
-            array.push_back(valueOf(item));
+            array.push_back(valueOf(item, depth + 1, isTooDeep));
         return array;
     }
     case dom::element_type::OBJECT: {
         Value::Dictionary dictionary;
         const dom::object entries = element.get_object().value_unsafe();
         for (const auto [name, item] : entries)
-            dictionary.insert_or_assign(std::string(name), valueOf(item));
+            dictionary.insert_or_assign(std::string(name), valueOf(item, depth + 1, isTooDeep));
         return dictionary;
     }
     case dom::element_type::INT64:
@@ -59,8 +63,12 @@ std::optional<Value> readJSON(std::string_view text)
     dom::element root;
     std::optional<Value> value;
     if (!parser->parse(text.data(), text.size())
-            .get(root)) // copies what the library reads beyond the text's end
-        value = valueOf(root);
+            .get(root)) { // copies what the library reads beyond the text's end
+        bool isTooDeep = false;
+        value = valueOf(root, 1, isTooDeep);
+        if (isTooDeep)
+            value.reset();
+    }
     if (parser->capacity() > keptRoom)
         parser.reset();
     return value;

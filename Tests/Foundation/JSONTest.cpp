@@ -49,13 +49,17 @@ TEST(JSON, IsNothingForWhatItIsNot)
 
 TEST(JSON, ReadsNestingUpToTheLimit)
 {
-    const auto nested = [](int levels) {
-        return std::string(static_cast<std::size_t>(levels), '[')
+    const auto nested = [](int levels, const std::string& innermost) {
+        return std::string(static_cast<std::size_t>(levels), '[') + innermost
             + std::string(static_cast<std::size_t>(levels), ']');
     };
-    EXPECT_TRUE(readJSON(nested(Value::maximumDepth)));
-    EXPECT_FALSE(readJSON(nested(Value::maximumDepth + 2)));
-    EXPECT_FALSE(readJSON(nested(1'000'000)));
+    for (const std::string innermost : {"", "1"}) {
+        EXPECT_TRUE(readJSON(nested(Value::maximumDepth, innermost)));
+        EXPECT_FALSE(readJSON(nested(Value::maximumDepth + 1, innermost)));
+        EXPECT_FALSE(readJSON(nested(1'000'000, innermost)));
+    }
+    EXPECT_TRUE(readJSON(nested(Value::maximumDepth - 1, "{}")));
+    EXPECT_FALSE(readJSON(nested(Value::maximumDepth, "{}")));
 }
 
 TEST(JSON, ReadsOnAfterATextThatWasLargeOrWrong)
