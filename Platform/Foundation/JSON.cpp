@@ -8,7 +8,8 @@ namespace {
 
 namespace dom = simdjson::dom;
 
-/// Takes over `element`, which is nested `depth` levels deep, the outermost array or dictionary being the first.
+/// Takes over `element`, which is nested `depth` levels deep, the outermost array or dictionary being the
+/// first.
 Value valueOf(const dom::element& element, int depth, bool& isTooDeep)
 {
     // The library counts an array or dictionary only once there is something in it.

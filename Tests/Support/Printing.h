@@ -1,5 +1,6 @@
 #pragma once
 
+#include <LumoKit/Platform/Foundation/Error.h>
 #include <LumoKit/Platform/Foundation/URL.h>
 #include <LumoKit/Platform/Foundation/Value.h>
 
@@ -17,6 +18,11 @@ inline void PrintTo(const Value& value, std::ostream* out)
 inline void PrintTo(const URL& url, std::ostream* out)
 {
     *out << url.absoluteString();
+}
+
+inline void PrintTo(const Error& error, std::ostream* out)
+{
+    *out << error.domain << " " << error.code << ": " << error.description;
 }
 
 } // namespace LumoKit
