@@ -319,6 +319,8 @@ Result<std::unique_ptr<PreferencesDatabase>> PreferencesDatabase::open(
     sqlite3_busy_handler(database, &waitUntil, &native->deadline);
     if (auto verified = verify(database); !verified)
         return std::unexpected(std::move(verified).error());
+    if (!immutable)
+        run(database, "PRAGMA journal_mode = WAL"); // as it was made, unless somebody changed that
     run(database, "PRAGMA synchronous = NORMAL");
     // A checkpoint waits for the disk; whoever writes decides when. This takes the place of the library's own.
     sqlite3_wal_hook(

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <map>
+#include <thread>
 #include <utility>
 
 namespace LumoKit::detail {
@@ -144,9 +145,9 @@ bool PreferencesDomain::synchronize()
 void PreferencesDomain::refresh()
 {
     const auto now = Clock::now();
-    if (!folder || (troubled && now < nextReading))
+    if (!folder || (trouble && now < nextReading))
         return;
-    const auto deadline = troubled ? now : now + patience;
+    const auto deadline = trouble ? now : now + patience;
     if (!database) {
         open(deadline);
         return;
@@ -160,7 +161,7 @@ void PreferencesDomain::refresh()
         return;
     }
     if (!isWaiting())
-        troubled = false;
+        trouble.reset();
     if (counter && !isFresh()) {
         if (isReplaced())
             open(deadline);
@@ -194,7 +195,7 @@ bool PreferencesDomain::open(Clock::time_point deadline, std::optional<std::stri
     known = 0;
     apply(std::move(opened->rows));
     if (!isWaiting())
-        troubled = false;
+        trouble.reset();
     if (opened->damage)
         print("preferences of " + name + ": " + *opened->damage + "; it was moved aside, and "
             + std::to_string(entries.size() - waiting.size()) + " values were kept");
@@ -263,7 +264,7 @@ bool PreferencesDomain::save(Clock::time_point deadline)
         fail(written.error());
         return false;
     }
-    troubled = false;
+    trouble.reset();
     pause = {};
     shortenLog();
     return true;
@@ -281,9 +282,10 @@ Result<void> PreferencesDomain::write()
 
 Result<void> PreferencesDomain::writeRows()
 {
-    if (!isFresh())
-        if (auto caught = catchUp(); !caught)
-            return caught;
+    // Not left to the counter: it may be behind where a writer was killed in the middle of its commit, and the library
+    // completed that later.
+    if (auto caught = catchUp(); !caught)
+        return caught;
     if (counter)
         counter->store(known + static_cast<std::int64_t>(waiting.size()) + (clearWaits ? 1 : 0));
     std::int64_t generation = known;
@@ -313,7 +315,7 @@ Result<void> PreferencesDomain::writeRows()
 
 void PreferencesDomain::fail(const PreferencesFault& fault)
 {
-    if (!std::exchange(troubled, true))
+    if (!std::exchange(trouble, fault.kind))
         print("preferences of " + name + ": " + fault.description
             + "; what is set counts from memory and is tried again");
     nextReading = Clock::now() + readingPause;
@@ -326,12 +328,27 @@ void PreferencesDomain::scheduleRetry()
     if (std::exchange(retryScheduled, true))
         return;
     pause = std::clamp<Clock::duration>(pause * 2, firstPause, longestPause);
-    queue->asyncAfter(Clock::now() + pause, [this] {
-        const std::lock_guard lock(mutex);
-        retryScheduled = false;
-        if (isWaiting())
-            save({});
-    });
+    queue->asyncAfter(Clock::now() + pause, [this] { retry(); });
+}
+
+void PreferencesDomain::retry()
+{
+    // A lock that others take in turns is free between them, every now and then. Whoever reads or sets here meanwhile is
+    // not held up by waiting for that.
+    const auto end = Clock::now() + patience;
+    while (true) {
+        {
+            const std::lock_guard lock(mutex);
+            const bool saved = !isWaiting() || save({});
+            if (saved || trouble != Kind::busy || Clock::now() >= end) {
+                retryScheduled = false;
+                if (!saved)
+                    scheduleRetry();
+                return;
+            }
+        }
+        std::this_thread::sleep_for(std::chrono::microseconds(200));
+    }
 }
 
 void PreferencesDomain::shortenLog()

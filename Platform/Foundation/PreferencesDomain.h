@@ -69,6 +69,7 @@ private:
     [[nodiscard]] PreferencesResult<void> writeRows();
     void fail(const PreferencesFault& fault);
     void scheduleRetry();
+    void retry(); // takes the mutex itself
     void shortenLog();
 
     const std::string name;
@@ -83,8 +84,8 @@ private:
 
     std::vector<Entries::value_type*> waiting; // to be written, in the order in which they were first set
     bool clearWaits = false; // all rows are to be removed before
-    bool troubled = false; // an attempt failed, and a line said so
-    Clock::time_point nextReading; // while troubled
+    std::optional<PreferencesFault::Kind> trouble; // why an attempt failed, after a line said so
+    Clock::time_point nextReading; // while there is trouble
     Clock::duration pause{}; // before the next attempt to write
     bool retryScheduled = false;
     int logPages = 0; // of the log when it was last to be shortened

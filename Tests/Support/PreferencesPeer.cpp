@@ -8,8 +8,8 @@
 //   hold              takes the database's write lock by itself, as a process does that got stuck; release
 //   exclusive         keeps everybody else out of the database; release
 //   open              takes the lock under which a database is opened and made; until it ends
-//   write WRITER      writes one value after another until it is killed, and after each that was set its number, alone
-//                     in a line: dictionaries with "number", "writer" and "filling", under "WRITER.0" to "WRITER.6"
+//   write WRITER      writes one value after another until it is killed, and after each that lasts its number, alone in
+//                     a line: dictionaries with "number", "writer" and "filling", under "WRITER.0" to "WRITER.6"
 
 #include <LumoKit/Platform/Foundation/JSON.h>
 #include <LumoKit/Platform/Foundation/UserDefaults.h>
@@ -41,6 +41,7 @@ void answer(const std::string& line)
             static_cast<std::size_t>(number % 997), static_cast<char>('a' + number % 26));
         defaults.setValue(Value::Dictionary{{"number", number}, {"writer", writer}, {"filling", filling}},
             writer + "." + std::to_string(number % 7));
+        while (!defaults.synchronize()) { } // at once, unless others held the database for too long
         answer(std::to_string(number));
     }
 }

@@ -15,8 +15,8 @@ template <> struct LumoKit::RawValues<LumoKit::Test::Density> {
         {{Test::Density::compact, "compact"}, {Test::Density::comfortable, "comfortable"}});
 };
 template <> struct LumoKit::RawValues<LumoKit::Test::Level> {
-    static constexpr auto cases
-        = std::to_array<std::pair<Test::Level, std::int64_t>>({{Test::Level::low, 10}, {Test::Level::high, 20}});
+    static constexpr auto cases = std::to_array<std::pair<Test::Level, std::int64_t>>(
+        {{Test::Level::low, 10}, {Test::Level::high, 20}});
 };
 
 namespace {
@@ -38,8 +38,8 @@ protected:
     const std::shared_ptr<Key<std::string>> name = Key<std::string>::create("name");
     const std::shared_ptr<KeyWithDefault<int>> size = KeyWithDefault<int>::create("size", 12);
     const std::shared_ptr<Key<Density>> maybeDensity = Key<Density>::create("density");
-    const std::shared_ptr<KeyWithDefault<Density>> density
-        = KeyWithDefault<Density>::create("density", Density::comfortable);
+    const std::shared_ptr<KeyWithDefault<Density>> density =
+        KeyWithDefault<Density>::create("density", Density::comfortable);
 
     std::vector<std::string> told;
 };
@@ -164,8 +164,10 @@ TEST_F(SettingsTest, CallsAtOnceWithTheDefaultOfAnEnumerationWhateverIsKept)
 
 TEST_F(SettingsTest, TellsWhoeverNamesTheSameStorageKey)
 {
-    settings->subscribe(Key<std::string>::create("name"), false, [&](const auto&) { told.emplace_back("same"); });
-    settings->subscribe(Key<std::string>::create("nam"), false, [&](const auto&) { told.emplace_back("other"); });
+    settings->subscribe(
+        Key<std::string>::create("name"), false, [&](const auto&) { told.emplace_back("same"); });
+    settings->subscribe(
+        Key<std::string>::create("nam"), false, [&](const auto&) { told.emplace_back("other"); });
     settings->set(Key<std::string>::create("name"), "Ada");
     EXPECT_THAT(told, ElementsAre("same"));
 }
@@ -173,9 +175,8 @@ TEST_F(SettingsTest, TellsWhoeverNamesTheSameStorageKey)
 TEST_F(SettingsTest, TellsNobodyOfAnotherTypeOrKindOfKey)
 {
     settings->subscribe(Key<int>::create("name"), false, [&](const auto&) { told.emplace_back("type"); });
-    settings->subscribe(KeyWithDefault<std::string>::create("name", ""), false, [&](const auto&) {
-        told.emplace_back("kind");
-    });
+    settings->subscribe(KeyWithDefault<std::string>::create("name", ""), false,
+        [&](const auto&) { told.emplace_back("kind"); });
     settings->set(name, "Ada");
     EXPECT_THAT(told, ElementsAre());
     settings->subscribe(name, false, [&](const auto&) { told.emplace_back("ours"); });

@@ -18,7 +18,10 @@ struct Position {
 } // namespace LumoKit::Test
 
 template <> struct LumoKit::Storable<LumoKit::Test::Position> {
-    static Value store(const LumoKit::Test::Position& position) { return Value::Array{position.x, position.y}; }
+    static Value store(const LumoKit::Test::Position& position)
+    {
+        return Value::Array{position.x, position.y};
+    }
     static std::optional<LumoKit::Test::Position> read(const Value& value)
     {
         const auto x = value[0u].asNumber();
@@ -32,11 +35,12 @@ namespace {
 
 enum class Plain { one };
 
-static_assert(StorableType<bool> && StorableType<int> && StorableType<std::int8_t> && StorableType<std::uint32_t>
-    && StorableType<std::int64_t> && StorableType<double> && StorableType<float> && StorableType<std::string>
-    && StorableType<Date> && StorableType<Data> && StorableType<URL> && StorableType<Value>
-    && StorableType<std::vector<std::string>> && StorableType<std::map<std::string, std::vector<int>>>
-    && StorableType<Value::Array> && StorableType<Value::Dictionary> && StorableType<LumoKit::Test::Position>
+static_assert(StorableType<bool> && StorableType<int> && StorableType<std::int8_t>
+    && StorableType<std::uint32_t> && StorableType<std::int64_t> && StorableType<double>
+    && StorableType<float> && StorableType<std::string> && StorableType<Date> && StorableType<Data>
+    && StorableType<URL> && StorableType<Value> && StorableType<std::vector<std::string>>
+    && StorableType<std::map<std::string, std::vector<int>>> && StorableType<Value::Array>
+    && StorableType<Value::Dictionary> && StorableType<LumoKit::Test::Position>
     && StorableType<std::vector<LumoKit::Test::Position>>);
 static_assert(!StorableType<std::uint64_t> && !StorableType<const char*> && !StorableType<Plain>
         && !StorableType<std::vector<Plain>> && !StorableType<std::optional<int>>,
@@ -106,7 +110,8 @@ TEST(Storable, ReadsNoNumberThatItsTypeDoesNotHold)
 TEST(Storable, ReadsAnArrayOrADictionaryAsAWholeOrNotAtAll)
 {
     EXPECT_EQ(Storable<std::vector<int>>::read(Value::Array{1, "2"}), std::nullopt);
-    EXPECT_EQ((Storable<std::map<std::string, int>>::read(Value::Dictionary{{"a", 1}, {"b", true}})), std::nullopt);
+    EXPECT_EQ(
+        (Storable<std::map<std::string, int>>::read(Value::Dictionary{{"a", 1}, {"b", true}})), std::nullopt);
     EXPECT_EQ(Storable<std::vector<int>>::read(Value::Dictionary{}), std::nullopt);
     EXPECT_EQ((Storable<std::map<std::string, int>>::read(Value(Value::Array()))), std::nullopt);
     EXPECT_EQ(Storable<URL>::read("no url at all"), std::nullopt);
