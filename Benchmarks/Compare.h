@@ -43,7 +43,9 @@ struct Outcome {
 
 /// The rows of each file.
 [[nodiscard]] std::vector<Row> bridgeRows();
+[[nodiscard]] std::vector<Row> fileRows();
 [[nodiscard]] std::vector<Row> mainQueueRows();
+[[nodiscard]] std::vector<Row> settingsRows();
 [[nodiscard]] std::vector<Row> startRows();
 
 } // namespace LumoKit::Bench

@@ -4,6 +4,7 @@
 
 #include <stdlib.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 
@@ -45,7 +46,9 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     if (auto put = opened->database->put(last + 1, "key", "value", 0); !put) {
         if (put.error().kind == PreferencesFault::Kind::damaged) // seen only when it is written to
             opened->database.reset(), opened = folder->open(deadline, {put.error().description, {}, last});
-        return opened ? 0 : (std::abort(), 0);
+        if (!opened)
+            std::fprintf(stderr, "%s\n", opened.error().description.c_str()), std::abort();
+        return 0;
     }
     if (!opened->database->commit())
         return 0;

@@ -281,6 +281,17 @@ Result<void> verify(sqlite3* database)
     return {};
 }
 
+/// Whether the file is sound. One that is not may take a row and never give it back.
+Result<void> examine(sqlite3* database)
+{
+    const Statement check = prepare(database, "PRAGMA quick_check(1)");
+    if (!check || sqlite3_step(check.get()) != SQLITE_ROW)
+        return faultOf(database, sqlite3_extended_errcode(database));
+    if (textIn(check.get(), 0) != "ok")
+        return fault(Kind::damaged, "the file is malformed");
+    return {};
+}
+
 } // namespace
 
 struct PreferencesDatabase::Native {
@@ -317,8 +328,9 @@ Result<std::unique_ptr<PreferencesDatabase>> PreferencesDatabase::open(
     sqlite3* database = native->database.get();
     native->deadline = deadline;
     sqlite3_busy_handler(database, &waitUntil, &native->deadline);
-    if (auto verified = verify(database); !verified)
-        return std::unexpected(std::move(verified).error());
+    for (const auto& test : {&verify, &examine})
+        if (auto passed = test(database); !passed)
+            return std::unexpected(std::move(passed).error());
     if (!immutable)
         run(database, "PRAGMA journal_mode = WAL"); // as it was made, unless somebody changed that
     run(database, "PRAGMA synchronous = NORMAL");

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "BriefLock.h"
 #include "GenerationCounter.h"
 #include "PreferencesFolder.h"
 
@@ -47,8 +48,11 @@ private:
         std::int64_t generation = 0; // of its row; zero if it has none
         bool waits = false; // to be written
     };
-    struct Hash : std::hash<std::string_view> {
+    /// Not `noexcept`: for a hash that is, the map does not keep what it gave for each key, and computes it anew for every
+    /// neighbour that a search passes.
+    struct Hash {
         using is_transparent = void;
+        std::size_t operator()(std::string_view key) const { return std::hash<std::string_view>()(key); }
     };
     using Entries = std::unordered_map<std::string, Entry, Hash, std::equal_to<>>;
     using Clock = std::chrono::steady_clock;
@@ -76,7 +80,7 @@ private:
     const std::optional<PreferencesFolder> folder;
     const std::shared_ptr<DispatchQueue> queue;
 
-    std::mutex mutex;
+    BriefLock mutex;
     Entries entries;
     std::int64_t known = 0; // the generation up to which the database was read
     std::unique_ptr<GenerationCounter> counter;

@@ -75,6 +75,20 @@ const Value::Dictionary* Value::asDictionary() const
     return dictionary ? dictionary->get() : nullptr;
 }
 
+std::optional<std::string> Value::takeText() &&
+{
+    if (auto* text = std::get_if<std::string>(&content))
+        return std::move(*text);
+    return std::nullopt;
+}
+
+std::optional<Data> Value::takeData() &&
+{
+    if (auto* data = std::get_if<Data>(&content))
+        return std::move(*data);
+    return std::nullopt;
+}
+
 namespace {
 
 const Value& absent()

@@ -117,6 +117,10 @@ public:
     [[nodiscard]] const Array* asArray() const;
     [[nodiscard]] const Dictionary* asDictionary() const;
 
+    /// The text or the data, moved out of a value that is not needed any more; nothing when it is of another type.
+    [[nodiscard]] std::optional<std::string> takeText() &&;
+    [[nodiscard]] std::optional<Data> takeData() &&;
+
     /// The value under `key`: null unless this is a dictionary that has it.
     [[nodiscard]] const Value& operator[](std::string_view key) const;
     /// The value at `index`: null unless this is an array that reaches there.

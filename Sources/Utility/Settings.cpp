@@ -1,6 +1,7 @@
 #include <LumoKit/Platform/Foundation/FatalError.h>
 #include <LumoKit/Utility/Settings.h>
 
+#include <algorithm>
 #include <limits>
 
 namespace LumoKit {
@@ -27,8 +28,26 @@ std::function<void()> Settings::ending(SubscriptionNumber number)
 {
     return [weak = weak_from_this(), number] {
         if (const auto alive = weak.lock())
-            static_cast<Settings&>(*alive).changeable().erase(number);
+            static_cast<Settings&>(*alive).remove(number);
     };
+}
+
+void Settings::insert(SubscriptionNumber number, std::shared_ptr<SettingsSubscription> subscription)
+{
+    remove(number); // that of an initial call which subscribed, too
+    auto& all = changeable();
+    const auto place = std::ranges::lower_bound(all, number, {}, &Subscriptions::value_type::first);
+    all.emplace(place, number, std::move(subscription));
+}
+
+void Settings::remove(SubscriptionNumber number)
+{
+    auto& all = changeable();
+    const auto place = std::ranges::lower_bound(all, number, {}, &Subscriptions::value_type::first);
+    if (place == all.end() || place->first != number)
+        return;
+    const auto removed = std::move(place->second); // what its handler keeps may come here again as it goes
+    all.erase(place);
 }
 
 Settings::Subscriptions& Settings::changeable()

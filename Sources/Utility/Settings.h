@@ -6,13 +6,13 @@
 
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <type_traits>
 #include <typeinfo>
 #include <utility>
+#include <vector>
 
 namespace LumoKit {
 
@@ -192,7 +192,8 @@ protected:
     SubscriptionNumber subscriptionCount = 0;
 
 private:
-    using Subscriptions = std::map<SubscriptionNumber, std::shared_ptr<SettingsSubscription>>;
+    /// In the order of their numbers; flat, because a change walks all of them.
+    using Subscriptions = std::vector<std::pair<SubscriptionNumber, std::shared_ptr<SettingsSubscription>>>;
 
     template <class T> [[nodiscard]] static Value stored(const T& value)
     {
@@ -238,12 +239,14 @@ private:
     std::shared_ptr<SettingsSubscription> add(const std::shared_ptr<Key>& key, Handler handler)
     {
         auto record = std::make_shared<Record>(key, std::move(handler), ending(subscriptionCount));
-        changeable()[subscriptionCount] = record;
+        insert(subscriptionCount, record);
         return record;
     }
 
     void count();
     [[nodiscard]] std::function<void()> ending(SubscriptionNumber number);
+    void insert(SubscriptionNumber number, std::shared_ptr<SettingsSubscription> subscription);
+    void remove(SubscriptionNumber number);
     /// The subscriptions, copied if somebody walks them.
     [[nodiscard]] Subscriptions& changeable();
 

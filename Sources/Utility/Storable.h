@@ -74,11 +74,7 @@ template <> struct Storable<float> {
 
 template <> struct Storable<std::string> {
     static Value store(const std::string& text) { return text; }
-    static std::optional<std::string> read(const Value& value)
-    {
-        const auto* text = value.asText();
-        return text ? std::optional(*text) : std::nullopt;
-    }
+    static std::optional<std::string> read(Value value) { return std::move(value).takeText(); }
 };
 
 template <> struct Storable<Date> {
@@ -88,11 +84,7 @@ template <> struct Storable<Date> {
 
 template <> struct Storable<Data> {
     static Value store(const Data& data) { return data; }
-    static std::optional<Data> read(const Value& value)
-    {
-        const auto* data = value.asData();
-        return data ? std::optional(*data) : std::nullopt;
-    }
+    static std::optional<Data> read(Value value) { return std::move(value).takeData(); }
 };
 
 template <> struct Storable<URL> {
@@ -106,9 +98,9 @@ template <> struct Storable<URL> {
 
 template <> struct Storable<Value> {
     static Value store(const Value& value) { return value; }
-    static std::optional<Value> read(const Value& value)
+    static std::optional<Value> read(Value value)
     {
-        return value.isNull() ? std::nullopt : std::optional(value);
+        return value.isNull() ? std::nullopt : std::optional(std::move(value));
     }
 };
 
