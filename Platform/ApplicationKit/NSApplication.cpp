@@ -4,6 +4,7 @@
 #include <LumoKit/Platform/Dispatch/MainThread.h>
 #include <LumoKit/Platform/Foundation/Bundle.h>
 #include <LumoKit/Platform/Foundation/FatalError.h>
+#include <LumoKit/Platform/Foundation/NotificationCenter.h>
 #include <LumoKit/Platform/Native/Handles.h>
 
 #include <glib-unix.h>
@@ -11,8 +12,15 @@
 
 #include <algorithm>
 #include <csignal>
+#include <utility>
 
 namespace LumoKit {
+
+namespace {
+
+constexpr const char* effectiveAppearanceKey = "effectiveAppearance";
+
+} // namespace
 
 void NSApplication::Native::add(const std::shared_ptr<NSWindow>& window)
 {
@@ -40,6 +48,34 @@ void NSApplication::Native::closed(const NSWindow& window)
         NSApplication::shared().terminate();
 }
 
+NSApplication::Native::Desktop::Desktop(NSApplication& application)
+    : theme([&application] { application.native->show(application, *application.effectiveAppearance()); })
+    , portal([&application](detail::ColorScheme scheme) {
+        auto& native = *application.native;
+        native.show(
+            application, native.appearance ? *native.appearance : *native.desktop->appearance(scheme));
+    })
+{
+}
+
+std::shared_ptr<NSAppearance> NSApplication::Native::Desktop::appearance(detail::ColorScheme scheme) const
+{
+    const bool dark = scheme == detail::ColorScheme::dark
+        || (scheme == detail::ColorScheme::noPreference && theme.isDark());
+    return std::make_shared<NSAppearance>(dark ? NSAppearanceNameDarkAqua : NSAppearanceNameAqua);
+}
+
+void NSApplication::Native::show(NSApplication& application, const NSAppearance& effective)
+{
+    desktop->theme.show(effective.name == NSAppearanceNameDarkAqua);
+    if (effective.name == shown)
+        return;
+    const std::string before = std::exchange(shown, effective.name);
+    application.didChangeValue(effectiveAppearanceKey, before);
+    NotificationCenter::defaultCenter().post(
+        {didChangeEffectiveAppearanceNotification, application.shared_from_this(), {}});
+}
+
 NSApplication& NSApplication::shared()
 {
     // Never destroyed: windows and views that live in statics of a host may still refer to it.
@@ -64,6 +100,10 @@ NSApplication::NSApplication()
         fatalError("there is no display to connect to");
     if (identifier)
         gdk_set_program_class(identifier->c_str()); // GTK derives one of its own from the first
+    native->desktop.emplace(*this);
+    const auto effective = effectiveAppearance();
+    native->shown = effective->name; // nobody is told of the first
+    native->show(*this, *effective);
 }
 
 NSApplication::~NSApplication() = default;
@@ -129,6 +169,31 @@ std::vector<std::shared_ptr<NSWindow>> NSApplication::windows() const
         if (auto window = known.lock())
             alive.push_back(std::move(window));
     return alive;
+}
+
+std::shared_ptr<NSAppearance> NSApplication::appearance() const
+{
+    return native->appearance;
+}
+
+void NSApplication::setAppearance(std::shared_ptr<NSAppearance> appearance)
+{
+    assertMainThread();
+    native->appearance = std::move(appearance);
+    native->show(*this, *effectiveAppearance());
+}
+
+std::shared_ptr<NSAppearance> NSApplication::effectiveAppearance() const
+{
+    assertMainThread();
+    if (native->appearance)
+        return native->appearance;
+    return native->desktop->appearance(native->desktop->portal.colorScheme());
+}
+
+Value NSApplication::value(std::string_view forKey) const
+{
+    return forKey == effectiveAppearanceKey ? Value(effectiveAppearance()->name) : NSObject::value(forKey);
 }
 
 void NSApplication::setDelegate(const std::weak_ptr<NSApplicationDelegate>& delegate)

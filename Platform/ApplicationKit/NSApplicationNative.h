@@ -1,10 +1,16 @@
 #pragma once
 
+#include "SettingsPortal.h"
+#include "ToolkitTheme.h"
+
+#include <LumoKit/Platform/ApplicationKit/NSAppearance.h>
 #include <LumoKit/Platform/ApplicationKit/NSApplication.h>
 #include <LumoKit/Platform/ApplicationKit/NSWindow.h>
 #include <LumoKit/Platform/Native/Source.h>
 
 #include <glib.h>
+
+#include <optional>
 
 namespace LumoKit {
 
@@ -17,6 +23,21 @@ struct NSApplication::Native {
     bool letGo(const NSWindow& window);
     void closed(const NSWindow& window);
 
+    /// Where the desktop's appearance comes from.
+    struct Desktop {
+        explicit Desktop(NSApplication& application);
+        [[nodiscard]] std::shared_ptr<NSAppearance> appearance(detail::ColorScheme scheme) const;
+
+        detail::ToolkitTheme theme;
+        detail::SettingsPortal portal;
+    };
+
+    /// Makes windows and pages follow, and tells of a change where there is one.
+    void show(NSApplication& application, const NSAppearance& effective);
+
+    std::optional<Desktop> desktop; // once there is a display
+    std::shared_ptr<NSAppearance> appearance; // null: the desktop's
+    std::string shown; // the name of the appearance that windows and pages have
     std::weak_ptr<NSApplicationDelegate> delegate;
     std::vector<std::weak_ptr<NSWindow>> windows; // all, in the order in which they were made
     std::vector<std::shared_ptr<NSWindow>> onScreen; // kept while they are
