@@ -217,6 +217,20 @@ TEST_F(EffectiveAppearanceTest, IsTheOneThatTheApplicationWasGiven)
     EXPECT_EQ(posts.size(), 3U);
 }
 
+TEST_F(EffectiveAppearanceTest, StaysAsGivenWhenTheDesktopChanges)
+{
+    TestPortal desktop(1);
+    EXPECT_TRUE(becomes(NSAppearanceNameDarkAqua));
+    application.setAppearance(named(NSAppearanceNameAqua));
+    for (const int scheme : {2, 1}) {
+        const int before = desktop.reads();
+        desktop.changeTo(scheme);
+        EXPECT_TRUE(waitUntil([&] { return desktop.reads() > before; })); // the change has been seen
+        EXPECT_TRUE(becomes(NSAppearanceNameAqua));
+    }
+    EXPECT_EQ(posts, (Texts{NSAppearanceNameDarkAqua, NSAppearanceNameAqua}));
+}
+
 TEST_F(EffectiveAppearanceTest, MayBeOneOfTheHostsOwnWhichIsDrawnLight)
 {
     TestPortal desktop(1);
