@@ -67,7 +67,10 @@ std::shared_ptr<NSAppearance> NSApplication::Native::Desktop::appearance(detail:
 
 void NSApplication::Native::show(NSApplication& application, const NSAppearance& effective)
 {
+    const unsigned showing = ++shows;
     desktop->theme.show(effective.name == NSAppearanceNameDarkAqua);
+    if (showing != shows)
+        return; // the desktop has another theme by now, and what that makes of it has been shown
     if (effective.name == shown)
         return;
     const std::string before = std::exchange(shown, effective.name);

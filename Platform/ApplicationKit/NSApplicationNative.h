@@ -37,6 +37,7 @@ struct NSApplication::Native {
 
     std::optional<Desktop> desktop; // once there is a display
     std::shared_ptr<NSAppearance> appearance; // null: the desktop's
+    unsigned shows = 0; // how often `show` was called
     std::string shown; // the name of the appearance that windows and pages have
     std::weak_ptr<NSApplicationDelegate> delegate;
     std::vector<std::weak_ptr<NSWindow>> windows; // all, in the order in which they were made

@@ -1,5 +1,3 @@
-#include <LumoKit/Platform/ApplicationKit/NSApplication.h>
-
 #include <ApplicationKit/ToolkitTheme.h>
 #include <gtest/gtest.h>
 
@@ -51,7 +49,7 @@ protected:
 
     ToolkitThemeTest()
     {
-        static_cast<void>(NSApplication::shared());
+        gtk_init(nullptr, nullptr); // no application, which has a toolkit theme of its own
         toolkit = gtk_settings_get_default();
         put(before = settings());
     }
