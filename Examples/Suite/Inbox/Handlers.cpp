@@ -17,7 +17,8 @@ class InboxReadyHandler : public ScriptMessageHandler<HasInbox> {
     void handleMessage(const std::string&, const Value& body, const HasInbox& inbox) override
     {
         if (const auto conversations = body["conversations"].asInteger())
-            inbox.inboxReady(*conversations);
+            inbox.inboxReady(
+                *conversations, {textOf(body["owner"]["name"]), textOf(body["owner"]["address"])});
     }
 };
 
@@ -57,6 +58,14 @@ class PaintedHandler : public ScriptMessageHandler<HasInbox> {
     }
 };
 
+class SchemeChangedHandler : public ScriptMessageHandler<HasInbox> {
+    [[nodiscard]] std::string messageName() const override { return "schemeChanged"; }
+    void handleMessage(const std::string&, const Value& body, const HasInbox& inbox) override
+    {
+        inbox.schemeChanged(textOf(body));
+    }
+};
+
 class PageErrorHandler : public ScriptMessageHandler<HasInbox> {
     [[nodiscard]] std::string messageName() const override { return "pageError"; }
     void handleMessage(const std::string&, const Value& body, const HasInbox& inbox) override
@@ -72,7 +81,8 @@ std::vector<std::shared_ptr<AnyScriptMessageHandler>> makeInboxHandlers()
 {
     return {std::make_shared<InboxReadyHandler>(), std::make_shared<UnreadCountHandler>(),
         std::make_shared<ConversationOpenedHandler>(), std::make_shared<ConversationDoneHandler>(),
-        std::make_shared<PaintedHandler>(), std::make_shared<PageErrorHandler>()};
+        std::make_shared<PaintedHandler>(), std::make_shared<SchemeChangedHandler>(),
+        std::make_shared<PageErrorHandler>()};
 }
 
 } // namespace LumoSuite

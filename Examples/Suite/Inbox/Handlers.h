@@ -14,14 +14,21 @@ struct Conversation {
     std::string from;
 };
 
+/// Whose inbox it is.
+struct Owner {
+    std::string name;
+    std::string address;
+};
+
 /// What the page's messages lead to; the application implements it.
 class HasInbox : public LumoKit::ServiceInterface {
 public:
-    virtual void inboxReady(std::int64_t conversations) const = 0;
+    virtual void inboxReady(std::int64_t conversations, const Owner& owner) const = 0;
     virtual void unreadCountChanged(std::int64_t count) const = 0;
     virtual void conversationOpened(const Conversation& conversation) const = 0;
     virtual void conversationDone(const std::string& id, bool done) const = 0;
     virtual void pagePainted() const = 0;
+    virtual void schemeChanged(const std::string& scheme) const = 0;
     virtual void pageFailed(
         const std::string& message, const std::string& source, std::int64_t line) const = 0;
 };

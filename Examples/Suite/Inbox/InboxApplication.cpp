@@ -1,8 +1,14 @@
 #include "InboxApplication.h"
 
+#include "InboxSettings.h"
+#include "Support/SharedAccounts.h"
+
 #include <LumoKit/Platform/Foundation/Bundle.h>
 #include <LumoKit/Utility/Pluralize.h>
 #include <LumoKit/WebView/BundleResources.h>
+
+#include <algorithm>
+#include <cmath>
 
 namespace LumoSuite {
 
@@ -10,8 +16,13 @@ using namespace LumoKit;
 
 namespace {
 
-constexpr CGSize windowSize{1180, 760};
+constexpr CGSize smallestWindow{700, 480};
 constexpr double barHeight = 46;
+
+std::string describe(const CGSize& size)
+{
+    return std::to_string(std::lround(size.width)) + " × " + std::to_string(std::lround(size.height));
+}
 
 /// What the handlers of the page's messages get: a way to the application that does not keep it.
 class InboxDependencies : public HasInbox {
@@ -20,7 +31,10 @@ public:
         : application(application)
     {
     }
-    void inboxReady(std::int64_t conversations) const override { tell(&HasInbox::inboxReady, conversations); }
+    void inboxReady(std::int64_t conversations, const Owner& owner) const override
+    {
+        tell(&HasInbox::inboxReady, conversations, owner);
+    }
     void unreadCountChanged(std::int64_t count) const override { tell(&HasInbox::unreadCountChanged, count); }
     void conversationOpened(const Conversation& opened) const override
     {
@@ -31,6 +45,7 @@ public:
         tell(&HasInbox::conversationDone, id, done);
     }
     void pagePainted() const override { tell(&HasInbox::pagePainted); }
+    void schemeChanged(const std::string& scheme) const override { tell(&HasInbox::schemeChanged, scheme); }
     void pageFailed(const std::string& message, const std::string& source, std::int64_t line) const override
     {
         tell(&HasInbox::pageFailed, message, source, line);
@@ -53,13 +68,20 @@ private:
 InboxApplication::InboxApplication(std::optional<URL> page, std::function<void(const std::string&)> report)
     : page(std::move(page))
     , report(std::move(report))
+    , settings(Settings::create(UserDefaults::standard()))
 {
 }
 
 void InboxApplication::start()
 {
-    mainWindow = NSWindow::create({{}, windowSize});
-    mainWindow->setMinSize({700, 480});
+    followThemeMode();
+    const CGSize kept = settings->get(InboxSettings::windowSize);
+    const CGSize size{
+        std::max(kept.width, smallestWindow.width), std::max(kept.height, smallestWindow.height)};
+    report("opened as it was left: " + std::string(rawValue(settings->get(InboxSettings::themeMode))) + ", "
+        + describe(size));
+    mainWindow = NSWindow::create({{}, size});
+    mainWindow->setMinSize(smallestWindow);
     mainWindow->setDelegate(weak_from_this());
     setTitle("");
 
@@ -81,7 +103,7 @@ void InboxApplication::start()
 
     const auto content = mainWindow->contentView();
     const double bar = page ? 0 : barHeight; // a page that is not ours has no use for our control
-    view->setFrame({{}, {windowSize.width, windowSize.height - bar}});
+    view->setFrame({{}, {size.width, size.height - bar}});
     view->setAutoresizing(NSAutoresizing::sizable());
     content->addSubview(view);
     if (page) {
@@ -90,15 +112,7 @@ void InboxApplication::start()
                 application->setTitle(*change.newValue.asText());
         });
     } else {
-        button = std::make_shared<NSButton>(
-            "Mark as Done", CGRect{{windowSize.width - 148, windowSize.height - bar + 7}, {136, 32}});
-        button->setAutoresizing({.minXMargin = true, .minYMargin = true});
-        button->setEnabled(false);
-        button->setAction([weak = weak_from_this()](NSButton&) {
-            if (const auto application = weak.lock())
-                application->markDone();
-        });
-        content->addSubview(button);
+        addControls(size);
     }
     mainWindow->center();
     mainWindow->makeKeyAndOrderFront();
@@ -116,6 +130,47 @@ void InboxApplication::start()
             application->report("service: listening");
             application->view->load(*URL::parse(*origin + "/"));
         });
+}
+
+void InboxApplication::followThemeMode()
+{
+    apply(settings->get(InboxSettings::themeMode));
+    settings->subscribe(InboxSettings::themeMode, false, [this](ThemeMode mode) {
+        apply(mode);
+        report("theme chosen: " + std::string(rawValue(mode)));
+    });
+}
+
+void InboxApplication::addControls(const CGSize& size)
+{
+    const double y = size.height - barHeight + 7;
+    const auto content = mainWindow->contentView();
+    themes = std::make_shared<NSPopUpButton>(
+        std::vector<std::string>{"Automatic", "Light", "Dark"}, CGRect{{size.width - 296, y}, {136, 32}});
+    themes->setAutoresizing({.minXMargin = true, .minYMargin = true});
+    themes->selectItem(popupButtonIndex(settings->get(InboxSettings::themeMode)));
+    themes->setAction([settings = settings](NSPopUpButton& chosen) {
+        settings->set(InboxSettings::themeMode, themeMode(chosen.indexOfSelectedItem()));
+    });
+    content->addSubview(themes);
+
+    button = std::make_shared<NSButton>("Mark as Done", CGRect{{size.width - 148, y}, {136, 32}});
+    button->setAutoresizing({.minXMargin = true, .minYMargin = true});
+    button->setEnabled(false);
+    button->setAction([weak = weak_from_this()](NSButton&) {
+        if (const auto application = weak.lock())
+            application->markDone();
+    });
+    content->addSubview(button);
+}
+
+void InboxApplication::windowDidResize(NSWindow& window)
+{
+    const CGSize size = window.frame().size;
+    if (size == settings->get(InboxSettings::windowSize))
+        return;
+    settings->set(InboxSettings::windowSize, size);
+    report("window size kept: " + describe(size));
 }
 
 void InboxApplication::markDone()
@@ -142,9 +197,13 @@ void InboxApplication::navigated(ProxyWebView::NavigationType type, const URL& u
     report("navigation " + what + ": " + (page ? url.absoluteString() : url.path()));
 }
 
-void InboxApplication::inboxReady(std::int64_t conversations) const
+void InboxApplication::inboxReady(std::int64_t conversations, const Owner& owner) const
 {
     report("page ready: " + std::to_string(conversations) + " " + pluralize("conversation", conversations));
+    if (!owner.address.empty())
+        shareAccount(owner.name, owner.address);
+    for (const Account& account : sharedAccounts())
+        report("account of the suite: " + account.fullname() + " <" + account.email() + ">");
 }
 
 void InboxApplication::unreadCountChanged(std::int64_t count) const

@@ -5,7 +5,9 @@
 
 #include <LumoKit/Platform/ApplicationKit/NSApplication.h>
 #include <LumoKit/Platform/ApplicationKit/NSButton.h>
+#include <LumoKit/Platform/ApplicationKit/NSPopUpButton.h>
 #include <LumoKit/Platform/ApplicationKit/NSWindow.h>
+#include <LumoKit/Utility/Settings.h>
 #include <LumoKit/WebView/ProxyWebView.h>
 #include <LumoKit/WebView/WebViewJavascriptExecutor.h>
 
@@ -36,29 +38,36 @@ public:
 
     [[nodiscard]] const std::shared_ptr<LumoKit::NSWindow>& window() const { return mainWindow; }
     [[nodiscard]] const std::shared_ptr<LumoKit::NSButton>& doneButton() const { return button; }
+    [[nodiscard]] const std::shared_ptr<LumoKit::NSPopUpButton>& themeMenu() const { return themes; }
     [[nodiscard]] LumoKit::WebViewJavascriptExecutor& executor() { return *scripts; }
 
 private:
     bool applicationShouldTerminateAfterLastWindowClosed() override { return true; }
 
     void windowWillClose(LumoKit::NSWindow&) override { report("window closed"); }
+    void windowDidResize(LumoKit::NSWindow&) override;
 
-    void inboxReady(std::int64_t conversations) const override;
+    void inboxReady(std::int64_t conversations, const Owner& owner) const override;
     void unreadCountChanged(std::int64_t count) const override;
     void conversationOpened(const Conversation& conversation) const override;
     void conversationDone(const std::string& id, bool done) const override;
     void pagePainted() const override { report("page painted"); }
+    void schemeChanged(const std::string& scheme) const override { report("page is " + scheme); }
     void pageFailed(const std::string& message, const std::string& source, std::int64_t line) const override;
 
+    void followThemeMode();
+    void addControls(const LumoKit::CGSize& size);
     void navigated(LumoKit::ProxyWebView::NavigationType type, const LumoKit::URL& url) const;
     void showOffline(const LumoKit::Error& error);
     void setTitle(const std::string& title) const;
 
     const std::optional<LumoKit::URL> page;
     const std::function<void(const std::string&)> report;
+    const std::shared_ptr<LumoKit::Settings> settings;
     std::unique_ptr<ServiceProcess> service;
     std::shared_ptr<LumoKit::NSWindow> mainWindow;
     std::shared_ptr<LumoKit::NSButton> button;
+    std::shared_ptr<LumoKit::NSPopUpButton> themes;
     std::shared_ptr<LumoKit::ProxyWebView> view;
     std::unique_ptr<LumoKit::WebViewJavascriptExecutor> scripts;
     LumoKit::KeyValueObservation titleObservation;

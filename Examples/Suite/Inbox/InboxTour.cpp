@@ -2,6 +2,8 @@
 
 #include "Support/Screenshot.h"
 
+#include <LumoKit/Models/ThemeMode.h>
+
 namespace LumoSuite {
 
 using namespace LumoKit;
@@ -39,6 +41,38 @@ Tour::Step savePicture(const std::weak_ptr<InboxApplication>& application,
     return {"the picture is saved", act, "picture saved"};
 }
 
+std::function<void()> choose(const std::weak_ptr<InboxApplication>& application, ThemeMode mode)
+{
+    return [application, mode] {
+        if (const auto alive = application.lock())
+            alive->themeMenu()->performActionForItem(popupButtonIndex(mode));
+    };
+}
+
+std::function<void()> resize(const std::weak_ptr<InboxApplication>& application)
+{
+    return [application] {
+        if (const auto alive = application.lock())
+            alive->window()->setFrame({alive->window()->frame().origin, {1000, 700}});
+    };
+}
+
+/// Tells the host as soon as what the page draws by is dark.
+constexpr const char* followScheme = R"(
+    {
+        const scheme = matchMedia('(prefers-color-scheme: dark)');
+        const tell = () => scheme.matches && webkit.messageHandlers.schemeChanged.postMessage('dark');
+        scheme.addEventListener('change', tell);
+        tell();
+    }
+    undefined
+)";
+
+std::filesystem::path dark(const std::filesystem::path& picture)
+{
+    return picture.parent_path() / (picture.stem().string() + "-dark" + picture.extension().string());
+}
+
 Tour::Step closeWindow(const std::weak_ptr<InboxApplication>& application)
 {
     const auto act = [application] {
@@ -58,17 +92,25 @@ std::vector<Tour::Step> inboxTour(const std::weak_ptr<InboxApplication>& applica
             alive->doneButton()->performClick();
     };
     return {
+        {"the window opens", {}, "opened as it was left: "},
         {"the service listens", {}, "service: listening"},
         {"the load starts", {}, "navigation start: /"},
         {"the server redirects once", {}, "navigation redirect: /start"},
         {"and once more", {}, "navigation redirect: /inbox"},
         {"the page has loaded", {}, "navigation finish: /inbox"},
         {"the page tells that it is ready", {}, "page ready"},
+        {"the account is one of the suite's", {}, "account of the suite: "},
         {"the window's title tells what is unread", {}, "window title: "},
         {"a script opens a conversation", run(application, "LumoInbox.open()"), "conversation opened"},
         awaitPainting(application),
         savePicture(application, picture, report),
         {"the native button marks it done", click, "conversation done"},
+        {"the user chooses the dark theme", choose(application, ThemeMode::forceDark),
+            "theme chosen: forceDark"},
+        {"the page follows", run(application, followScheme), "page is dark"},
+        awaitPainting(application),
+        savePicture(application, dark(picture), report),
+        {"the window is made smaller", resize(application), "window size kept: 1000 × 700"},
         {"an error of the page reaches the host",
             run(application, "setTimeout(() => { throw new Error('on purpose') }); undefined"),
             "page error: "},

@@ -94,7 +94,7 @@
         }
         renderList();
         if (state.loaded)
-            post('inboxReady', { conversations: state.conversations.length });
+            post('inboxReady', { conversations: state.conversations.length, owner: state.owner });
         renderAll();
     }
 

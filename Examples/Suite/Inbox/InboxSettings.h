@@ -1,0 +1,29 @@
+#pragma once
+
+#include <LumoKit/Models/ThemeMode.h>
+#include <LumoKit/Platform/Foundation/Geometry.h>
+#include <LumoKit/Utility/Settings.h>
+
+/// A size is kept as an array of its two numbers.
+template <> struct LumoKit::Storable<LumoKit::CGSize> {
+    static Value store(const CGSize& size) { return Value::Array{size.width, size.height}; }
+    static std::optional<CGSize> read(const Value& value)
+    {
+        const auto width = value[0].asNumber();
+        const auto height = value[1].asNumber();
+        return width && height ? std::optional(CGSize{*width, *height}) : std::nullopt;
+    }
+};
+
+namespace LumoSuite::InboxSettings {
+
+using LumoKit::SettingsKeys::KeyWithDefaultValue;
+
+/// What the user chose of light and dark.
+inline const auto themeMode =
+    KeyWithDefaultValue<LumoKit::ThemeMode>::create("themeMode", LumoKit::ThemeMode::automatic);
+
+/// How large the window's content was when it was last seen.
+inline const auto windowSize = KeyWithDefaultValue<LumoKit::CGSize>::create("windowSize", {1180, 760});
+
+} // namespace LumoSuite::InboxSettings
