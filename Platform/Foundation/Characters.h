@@ -16,6 +16,13 @@ namespace LumoKit {
 /// Source: Unicode Standard Annex 29, extended grapheme clusters.
 [[nodiscard]] std::optional<std::string_view> firstCharacters(std::string_view text, std::size_t count);
 
+/// How many characters a text has, as its reader would count them.
+///
+/// Units: extended grapheme clusters, as `firstCharacters` takes them.
+/// Thread: any.
+/// Source: Unicode Standard Annex 29, extended grapheme clusters.
+[[nodiscard]] std::size_t characterCount(std::string_view text);
+
 /// Whether bytes are UTF-8.
 /// Thread: any.
 /// Source: RFC 3629.

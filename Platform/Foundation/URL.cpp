@@ -1,23 +1,11 @@
-#include <LumoKit/Platform/Foundation/URL.h>
+#include "URLNative.h"
 
 #include <boost/url/parse.hpp>
-#include <boost/url/url_view.hpp>
 
 #include <charconv>
 #include <filesystem>
 
 namespace LumoKit {
-
-struct URL::Parsed {
-    explicit Parsed(std::string_view written)
-        : text(written)
-    {
-    }
-
-    std::string text;
-    std::string withEncodedHost; // see parse()
-    boost::urls::url_view view; // into one of the two
-};
 
 namespace {
 

@@ -56,6 +56,8 @@ public:
     bool operator==(const URL& other) const;
 
 private:
+    friend class URLComponents;
+
     struct Parsed;
     explicit URL(std::shared_ptr<const Parsed> value)
         : parsed(std::move(value))

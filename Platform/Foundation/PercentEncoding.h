@@ -1,0 +1,23 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace LumoKit {
+
+/// The characters that stand for themselves in the query of a URL, those that separate its items among them.
+/// Source: RFC 3986, section 3.4.
+inline constexpr std::string_view urlQueryAllowed =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~!$&'()*+,;=:@/?";
+
+/// A text with every byte of all other characters written as "%" and two upper-case hexadecimal digits.
+///
+/// Errors: nothing when the text is no UTF-8.
+/// Thread: any.
+/// Source: RFC 3986, section 2.1.
+/// `allowedCharacters` are characters of ASCII.
+[[nodiscard]] std::optional<std::string> addingPercentEncoding(
+    std::string_view text, std::string_view allowedCharacters);
+
+} // namespace LumoKit
