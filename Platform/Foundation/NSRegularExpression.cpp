@@ -14,12 +14,23 @@ namespace LumoKit {
 
 namespace {
 
-// What one search may take. The first two are counted, so that equal searches end equally: choices that can be
-// taken back, in ten thousands (a second or less), and the memory that remembers them, in bytes (enough for a
-// hundred thousand). They do not count the characters that a back reference compares, which the clock bounds.
+// What one search may take. Choices that can be taken back, in ten thousands (a second or less), and the bytes
+// that remember them (enough for two hundred thousand) are counted, so that equal searches end equally. What is
+// not counted is how far a back reference compares at each choice: patterns with one get less memory, and all
+// searches end by the clock.
 constexpr std::int32_t mostChoices = 5000;
 constexpr std::int32_t mostMemory = 8'000'000;
+constexpr std::int32_t mostMemoryWithBackReference = 1'000'000;
 constexpr std::chrono::seconds mostTime{2};
+
+/// Whether a pattern may have a back reference, `\1` to `\9` or `\k<name>`.
+bool mayReferBack(std::string_view pattern)
+{
+    for (auto at = pattern.find('\\'); at != pattern.npos; at = pattern.find('\\', at + 1))
+        if (pattern.substr(at + 1, 1).find_first_of("123456789k") == 0)
+            return true;
+    return false;
+}
 
 /// A text as ICU reads it, which is in UTF-16, and the way back.
 class Units {
@@ -149,7 +160,8 @@ std::expected<NSRegularExpression, Error> NSRegularExpression::compile(
     auto native = std::make_unique<Native>();
     native->expression.reset(uregex_open(units.data(), units.size(), flags, nullptr, &status));
     uregex_setTimeLimit(native->expression.get(), mostChoices, &status);
-    uregex_setStackLimit(native->expression.get(), mostMemory, &status);
+    uregex_setStackLimit(
+        native->expression.get(), mayReferBack(pattern) ? mostMemoryWithBackReference : mostMemory, &status);
     uregex_setMatchCallback(
         native->expression.get(),
         [](const void* context, std::int32_t) -> UBool { return Native::isInTime(context); }, native.get(),

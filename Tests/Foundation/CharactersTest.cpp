@@ -121,4 +121,46 @@ TEST(IsUTF8, TellsTextFromBytes)
         EXPECT_FALSE(isUTF8(bytes));
 }
 
+TEST(CharacterCount, CountsAsAReaderDoes)
+{
+    struct Case {
+        std::string_view text;
+        std::size_t count;
+    };
+    static constexpr Case cases[]{
+        {"", 0},
+        {"abc", 3},
+        {"a\0b"sv, 3},
+        {"\r\n", 1},
+        {"\n\r", 2},
+        {"\r\r\n\n", 3},
+        {"\u00E4\u6F22", 2},
+        {"e\u0301f", 2},
+        {"\U0001F600!", 2},
+        {"\U0001F468\u200D\U0001F469\u200D\U0001F467!", 2},
+        {"\U0001F1E9\U0001F1EA\U0001F1EB\U0001F1F7", 2},
+    };
+    for (const auto& [text, count] : cases)
+        EXPECT_EQ(characterCount(text), count) << text;
+}
+
+TEST(CharacterCount, IsHowManyFirstCharactersThereAre)
+{
+    for (const auto text :
+        {"abc"sv, "\r\n\r"sv, "\U0001F600e\u0301"sv, "\xFF\xFE"sv, "a\xE2\x82z"sv, "\xC3"sv}) {
+        EXPECT_EQ(firstCharacters(text, characterCount(text)), text);
+        EXPECT_EQ(firstCharacters(text, characterCount(text) + 1), std::nullopt);
+    }
+}
+
+TEST(CharacterCount, CountsAMegabyte)
+{
+    EXPECT_EQ(characterCount(std::string(1'000'000, 'a')), 1'000'000u);
+    std::string flags;
+    for (int flag = 0; flag < 125'000; ++flag)
+        flags += "\U0001F1E9\U0001F1EA";
+    EXPECT_EQ(characterCount(flags), 125'000u);
+    EXPECT_GT(characterCount(std::string(1'000'000, '\xFF')), 0u);
+}
+
 } // namespace
