@@ -44,6 +44,7 @@ struct Outcome {
 /// The rows of each file.
 [[nodiscard]] std::vector<Row> bridgeRows();
 [[nodiscard]] std::vector<Row> fileRows();
+[[nodiscard]] std::vector<Row> linkRows();
 [[nodiscard]] std::vector<Row> mainQueueRows();
 [[nodiscard]] std::vector<Row> settingsRows();
 [[nodiscard]] std::vector<Row> startRows();
