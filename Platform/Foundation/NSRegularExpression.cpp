@@ -32,6 +32,16 @@ bool mayReferBack(std::string_view pattern)
     return false;
 }
 
+/// The character that begins at `position`, which moves behind it; U+FFFD for bytes that are no UTF-8.
+UChar32 nextCharacter(std::string_view bytes, std::int32_t& position)
+{
+    const auto* source = reinterpret_cast<const std::uint8_t*>(bytes.data());
+    UChar32 character = 0;
+    // NOLINTNEXTLINE(bugprone-inc-dec-in-conditions): inside ICU's macro
+    U8_NEXT_OR_FFFD(source, position, static_cast<std::int32_t>(bytes.size()), character);
+    return character;
+}
+
 /// A text as ICU reads it, which is in UTF-16, and the way back.
 class Units {
 public:
@@ -41,12 +51,10 @@ public:
         if (bytes.size() > std::numeric_limits<std::int32_t>::max())
             return;
         units.resize_and_overwrite(bytes.size(), [&](char16_t* buffer, std::size_t) {
-            const auto* source = reinterpret_cast<const std::uint8_t*>(bytes.data());
             const auto size = static_cast<std::int32_t>(bytes.size());
             std::int32_t written = 0;
             for (std::int32_t read = 0; read < size;) {
-                UChar32 character = 0;
-                U8_NEXT_OR_FFFD(source, read, size, character);
+                const UChar32 character = nextCharacter(bytes, read);
                 U16_APPEND_UNSAFE(buffer, written, character);
             }
             return static_cast<std::size_t>(written);
@@ -78,12 +86,10 @@ private:
     void collectOffsets()
     {
         offsets.reserve(units.size() + 1);
-        const auto* source = reinterpret_cast<const std::uint8_t*>(bytes.data());
         const auto size = static_cast<std::int32_t>(bytes.size());
         for (std::int32_t read = 0; read < size;) {
             const auto begin = static_cast<std::uint32_t>(read);
-            UChar32 character = 0;
-            U8_NEXT_OR_FFFD(source, read, size, character);
+            const UChar32 character = nextCharacter(bytes, read);
             offsets.insert(offsets.end(), static_cast<std::size_t>(U16_LENGTH(character)), begin);
         }
         offsets.push_back(static_cast<std::uint32_t>(size));
@@ -131,9 +137,9 @@ struct NSRegularExpression::Native {
         return text.part(begin, uregex_end(expression.get(), group, &status));
     }
 
-    static bool isInTime(const void* native)
+    static UBool isInTime(const void* native)
     {
-        return std::chrono::steady_clock::now() < static_cast<const Native*>(native)->end;
+        return std::chrono::steady_clock::now() < static_cast<const Native*>(native)->end ? 1 : 0;
     }
 };
 
