@@ -18,9 +18,8 @@ namespace LumoKit {
 
 /// How many characters a text has, as its reader would count them.
 ///
-/// Units: extended grapheme clusters, as `firstCharacters` takes them.
 /// Thread: any.
-/// Source: Unicode Standard Annex 29, extended grapheme clusters.
+/// Source: Unicode Standard Annex 29, extended grapheme clusters, as `firstCharacters` takes them.
 [[nodiscard]] std::size_t characterCount(std::string_view text);
 
 /// Whether bytes are UTF-8.

@@ -11,12 +11,12 @@ namespace LumoKit {
 inline constexpr std::string_view urlQueryAllowed =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~!$&'()*+,;=:@/?";
 
-/// A text with every byte of all other characters written as "%" and two upper-case hexadecimal digits.
+/// A text with every byte that is none of `allowedCharacters`, which are ASCII, written as "%" and two upper-case
+/// hexadecimal digits.
 ///
 /// Errors: nothing when the text is no UTF-8.
 /// Thread: any.
 /// Source: RFC 3986, section 2.1.
-/// `allowedCharacters` are characters of ASCII.
 [[nodiscard]] std::optional<std::string> addingPercentEncoding(
     std::string_view text, std::string_view allowedCharacters);
 
