@@ -44,10 +44,10 @@ std::optional<MailToCommand> MailToCommand::fromComponents(const URLComponents& 
 
 std::unique_ptr<URLCommand> URLCommandParser::parse(std::string_view text) const
 {
-    const auto url = URL::parse(text);
+    auto url = URL::parse(text);
     if (!url)
         return nullptr;
-    const URLComponents components(*url);
+    const URLComponents components(*std::move(url));
     for (const URLCommandType& type : commands)
         if (auto command = type.make(components))
             return command;
