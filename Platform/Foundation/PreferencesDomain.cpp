@@ -119,7 +119,7 @@ void PreferencesDomain::set(std::string_view key, const Value& value)
     if (!folder)
         return;
     if (!std::exchange(found->second.waits, true))
-        waiting.push_back(&*found);
+        waiting.emplace_back(key);
     if (!retryScheduled)
         save(deadline);
 }
@@ -189,9 +189,9 @@ bool PreferencesDomain::open(Clock::time_point deadline, std::optional<std::stri
     }
     database = std::move(opened->database);
     counter = std::move(opened->counter);
-    std::erase_if(entries, [](const auto& entry) { return !entry.second.waits; });
-    for (auto* entry : waiting)
-        entry->second.generation = 0;
+    boost::unordered::erase_if(entries, [](const auto& entry) { return !entry.second.waits; });
+    for (auto& [key, entry] : entries)
+        entry.generation = 0;
     known = 0;
     apply(std::move(opened->rows));
     if (!isWaiting())
@@ -221,9 +221,9 @@ void PreferencesDomain::apply(std::vector<PreferencesChange> changes)
     for (auto& change : changes) {
         known = change.generation;
         if (!change.key) {
-            std::erase_if(entries, [](const auto& entry) { return !entry.second.waits; });
-            for (auto* entry : waiting)
-                entry->second.generation = 0;
+            boost::unordered::erase_if(entries, [](const auto& entry) { return !entry.second.waits; });
+            for (auto& [key, entry] : entries)
+                entry.generation = 0;
             continue;
         }
         Entry& entry = entries[*std::move(change.key)];
@@ -292,21 +292,22 @@ Result<void> PreferencesDomain::writeRows()
     if (clearWaits)
         if (auto cleared = database->clear(++generation); !cleared)
             return cleared;
-    for (const auto* entry : waiting)
-        if (auto put = database->put(
-                ++generation, entry->first, entry->second.value, clearWaits ? 0 : entry->second.generation);
-            !put)
+    for (const auto& key : waiting) {
+        const Entry& entry = entries.find(key)->second;
+        if (auto put = database->put(++generation, key, entry.value, clearWaits ? 0 : entry.generation); !put)
             return put;
+    }
     if (auto committed = database->commit(); !committed)
         return committed;
     generation = known;
     if (std::exchange(clearWaits, false)) {
         ++generation;
-        std::erase_if(entries, [](const auto& entry) { return !entry.second.waits; });
+        boost::unordered::erase_if(entries, [](const auto& entry) { return !entry.second.waits; });
     }
-    for (auto* entry : waiting) {
-        entry->second.generation = ++generation;
-        entry->second.waits = false;
+    for (const auto& key : waiting) {
+        Entry& entry = entries.find(key)->second;
+        entry.generation = ++generation;
+        entry.waits = false;
     }
     known = generation;
     waiting.clear();

@@ -6,8 +6,10 @@
 
 #include <LumoKit/Platform/Dispatch/DispatchQueue.h>
 
-#include <mutex>
-#include <unordered_map>
+#include <boost/unordered/unordered_flat_map.hpp>
+
+#include <functional>
+#include <vector>
 
 namespace LumoKit::detail {
 
@@ -48,13 +50,11 @@ private:
         std::int64_t generation = 0; // of its row; zero if it has none
         bool waits = false; // to be written
     };
-    /// Not `noexcept`: for a hash that is, the map does not keep what it gave for each key, and computes it anew for every
-    /// neighbour that a search passes.
-    struct Hash {
-        using is_transparent = void;
-        std::size_t operator()(std::string_view key) const { return std::hash<std::string_view>()(key); }
+    struct Hash : std::hash<std::string_view> {
+        using is_transparent = void; // looks views up without making texts of them
+        using is_avalanching = void; // needs no more mixing
     };
-    using Entries = std::unordered_map<std::string, Entry, Hash, std::equal_to<>>;
+    using Entries = boost::unordered_flat_map<std::string, Entry, Hash, std::equal_to<>>;
     using Clock = std::chrono::steady_clock;
 
     PreferencesDomain(std::string name, std::optional<PreferencesFolder> folder);
@@ -86,7 +86,8 @@ private:
     std::unique_ptr<GenerationCounter> counter;
     std::unique_ptr<PreferencesDatabase> database;
 
-    std::vector<Entries::value_type*> waiting; // to be written, in the order in which they were first set
+    std::vector<std::string>
+        waiting; // keys of what is to be written, in the order in which they were first set
     bool clearWaits = false; // all rows are to be removed before
     std::optional<PreferencesFault::Kind> trouble; // why an attempt failed, after a line said so
     Clock::time_point nextReading; // while there is trouble

@@ -8,17 +8,8 @@
 
 namespace LumoKit {
 
-std::optional<bool> Value::asBoolean() const
+std::optional<std::int64_t> Value::wholeNumber() const
 {
-    if (const auto* boolean = std::get_if<bool>(&content))
-        return *boolean;
-    return std::nullopt;
-}
-
-std::optional<std::int64_t> Value::asInteger() const
-{
-    if (const auto* integer = std::get_if<std::int64_t>(&content))
-        return *integer;
     const auto* number = std::get_if<double>(&content);
     constexpr double limit = 9223372036854775808.0; // 2 to the 63rd, the first that does not fit
     if (!number || !(*number >= -limit && *number < limit) || *number != std::trunc(*number))
@@ -73,20 +64,6 @@ const Value::Dictionary* Value::asDictionary() const
 {
     const auto* dictionary = std::get_if<Shared<Dictionary>>(&content);
     return dictionary ? dictionary->get() : nullptr;
-}
-
-std::optional<std::string> Value::takeText() &&
-{
-    if (auto* text = std::get_if<std::string>(&content))
-        return std::move(*text);
-    return std::nullopt;
-}
-
-std::optional<Data> Value::takeData() &&
-{
-    if (auto* data = std::get_if<Data>(&content))
-        return std::move(*data);
-    return std::nullopt;
 }
 
 namespace {

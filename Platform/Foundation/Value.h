@@ -104,9 +104,17 @@ public:
     [[nodiscard]] bool isNull() const { return type() == Type::null; }
 
     /// Each reads the value as one type, and gives nothing when it is of another.
-    [[nodiscard]] std::optional<bool> asBoolean() const;
+    [[nodiscard]] std::optional<bool> asBoolean() const
+    {
+        const auto* boolean = std::get_if<bool>(&content);
+        return boolean ? std::optional(*boolean) : std::nullopt;
+    }
     /// Also a number without a fraction that a 64-bit integer holds exactly.
-    [[nodiscard]] std::optional<std::int64_t> asInteger() const;
+    [[nodiscard]] std::optional<std::int64_t> asInteger() const
+    {
+        const auto* integer = std::get_if<std::int64_t>(&content);
+        return integer ? std::optional(*integer) : wholeNumber();
+    }
     /// Also an integer that a double holds exactly.
     [[nodiscard]] std::optional<double> asNumber() const;
     [[nodiscard]] std::optional<Date> asDate() const;
@@ -118,8 +126,8 @@ public:
     [[nodiscard]] const Dictionary* asDictionary() const;
 
     /// The text or the data, moved out of a value that is not needed any more; nothing when it is of another type.
-    [[nodiscard]] std::optional<std::string> takeText() &&;
-    [[nodiscard]] std::optional<Data> takeData() &&;
+    [[nodiscard]] std::optional<std::string> takeText() && { return take<std::string>(); }
+    [[nodiscard]] std::optional<Data> takeData() && { return take<Data>(); }
 
     /// The value under `key`: null unless this is a dictionary that has it.
     [[nodiscard]] const Value& operator[](std::string_view key) const;
@@ -134,6 +142,14 @@ public:
     bool operator==(const Value& other) const;
 
 private:
+    [[nodiscard]] std::optional<std::int64_t> wholeNumber() const;
+
+    template <class T> std::optional<T> take()
+    {
+        auto* held = std::get_if<T>(&content);
+        return held ? std::optional(std::move(*held)) : std::nullopt;
+    }
+
     template <class T> using Shared = std::shared_ptr<const T>;
 
     std::variant<std::monostate, bool, std::int64_t, double, std::string, Date, Data, URL, Shared<Array>,

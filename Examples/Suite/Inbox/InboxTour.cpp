@@ -44,16 +44,23 @@ Tour::Step savePicture(const std::weak_ptr<InboxApplication>& application,
 std::function<void()> choose(const std::weak_ptr<InboxApplication>& application, ThemeMode mode)
 {
     return [application, mode] {
-        if (const auto alive = application.lock())
-            alive->themeMenu()->performActionForItem(popupButtonIndex(mode));
+        const auto alive = application.lock();
+        if (!alive)
+            return;
+        alive->themeMenu()->selectItem(-1); // so that it is a choice also where it was chosen before
+        alive->themeMenu()->performActionForItem(popupButtonIndex(mode));
     };
 }
 
 std::function<void()> resize(const std::weak_ptr<InboxApplication>& application)
 {
     return [application] {
-        if (const auto alive = application.lock())
-            alive->window()->setFrame({alive->window()->frame().origin, {1000, 700}});
+        const auto alive = application.lock();
+        if (!alive)
+            return;
+        CGRect frame = alive->window()->frame();
+        frame.size = frame.size.width == 1000 ? CGSize{1040, 720} : CGSize{1000, 700};
+        alive->window()->setFrame(frame);
     };
 }
 
@@ -110,7 +117,7 @@ std::vector<Tour::Step> inboxTour(const std::weak_ptr<InboxApplication>& applica
         {"the page follows", run(application, followScheme), "page is dark"},
         awaitPainting(application),
         savePicture(application, dark(picture), report),
-        {"the window is made smaller", resize(application), "window size kept: 1000 × 700"},
+        {"the window gets another size", resize(application), "window size kept: "},
         {"an error of the page reaches the host",
             run(application, "setTimeout(() => { throw new Error('on purpose') }); undefined"),
             "page error: "},
