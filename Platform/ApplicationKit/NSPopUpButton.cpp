@@ -2,6 +2,7 @@
 
 #include <LumoKit/Platform/ApplicationKit/NSApplication.h>
 #include <LumoKit/Platform/ApplicationKit/NSPopUpButton.h>
+#include <LumoKit/Platform/Dispatch/DispatchQueue.h>
 #include <LumoKit/Platform/Native/Handles.h>
 #include <LumoKit/Platform/Native/SignalConnection.h>
 
@@ -75,7 +76,8 @@ void NSPopUpButton::setAction(std::function<void(NSPopUpButton&)> action)
         native.box(), "changed", [this, action = std::move(action)](auto*) {
             if (nativeOf(*this).choosing)
                 return;
-            const auto alive = shared_from_this(); // the action may remove the button
+            // The action may remove the button, and the toolkit goes on with its box after that.
+            DispatchQueue::main()->async([alive = shared_from_this()] { });
             action(*this);
         });
 }

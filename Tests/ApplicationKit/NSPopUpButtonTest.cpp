@@ -1,3 +1,5 @@
+#include "Support/Waiting.h"
+
 #include <LumoKit/Platform/ApplicationKit/NSApplication.h>
 #include <LumoKit/Platform/ApplicationKit/NSPopUpButton.h>
 #include <LumoKit/Platform/ApplicationKit/NSWindow.h>
@@ -73,9 +75,10 @@ TEST_F(NSPopUpButtonTest, SurvivesAnActionThatLetsGoOfIt)
         button.reset();
         choices.push_back(chosen.titleOfSelectedItem());
     });
-    auto* chosen = button.get();
-    chosen->performActionForItem(1);
+    const std::weak_ptr watched = button;
+    button->performActionForItem(1);
     EXPECT_THAT(choices, ElementsAre("Black"));
+    EXPECT_TRUE(LumoKit::Test::waitUntil([&] { return watched.expired(); }));
 }
 
 } // namespace
