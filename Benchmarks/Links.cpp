@@ -10,6 +10,8 @@
 #include <unicode/uregex.h>
 #include <unicode/ustring.h>
 
+#include <QUrl>
+#include <QUrlQuery>
 #include <array>
 #include <memory>
 #include <optional>
@@ -66,6 +68,19 @@ std::unique_ptr<URLCommand> bareCommand(std::string_view link)
         return nullptr;
     auto email = firstValue(*view, "email");
     return email ? std::make_unique<OpenAccountCommand>(*std::move(email)) : nullptr;
+}
+
+/// The same by the peer's own classes.
+std::unique_ptr<URLCommand> qtCommand(std::string_view link)
+{
+    const QUrl url(QString::fromUtf8(link.data(), static_cast<qsizetype>(link.size())), QUrl::StrictMode);
+    if (!url.isValid() || url.host() != QLatin1String("account"))
+        return nullptr;
+    const QUrlQuery query(url);
+    if (!query.hasQueryItem("email"))
+        return nullptr;
+    return std::make_unique<OpenAccountCommand>(
+        query.queryItemValue("email", QUrl::FullyDecoded).toStdString());
 }
 
 /// A whole match of ICU, its pattern compiled once, of a text that it has first to convert.
@@ -137,6 +152,9 @@ std::vector<Row> linkRows()
         {"links/command", "ns", "Boost.URL", 1.15, 31,
             [=] { return nanoseconds(calls, [&] { return lengthOf(parser.parse(accountLink)); }); },
             [=] { return nanoseconds(calls, [&] { return lengthOf(bareCommand(accountLink)); }); }},
+        {"links/command-qt", "ns", "QUrl, QUrlQuery", 0.7, 31,
+            [=] { return nanoseconds(calls, [&] { return lengthOf(parser.parse(accountLink)); }); },
+            [=] { return nanoseconds(calls, [&] { return lengthOf(qtCommand(accountLink)); }); }},
         {"links/address", "ns", "ICU", 1.5, 31,
             [] { return nanoseconds(calls, [] { return expression.matchesWhole(address) ? 1u : 2u; }); },
             [] { return nanoseconds(calls, [] { return bareMatch(address) ? 1u : 2u; }); }},

@@ -235,10 +235,12 @@ double callHundred()
 /// Milliseconds that a set takes which finds the database held by somebody else.
 double setWhileHeld()
 {
-    static const auto defaults = (folder(), UserDefaults::create("com.example.held"));
+    static int round = 0;
+    const std::string name = "com.example.held" + std::to_string(++round); // one in which nothing waits yet
+    const auto defaults = (folder(), UserDefaults::create(name));
     defaults->setValue(0, "key");
     sqlite3* holder = nullptr;
-    sqlite3_open((folder() / "lumokit/preferences/com.example.held/preferences.db").c_str(), &holder);
+    sqlite3_open((folder() / "lumokit/preferences" / name / "preferences.db").c_str(), &holder);
     sqlite3_exec(holder, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr);
     const double seconds = secondsOf([&] { defaults->setValue(1, "key"); });
     sqlite3_close(holder);

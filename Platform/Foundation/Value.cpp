@@ -8,13 +8,14 @@
 
 namespace LumoKit {
 
-std::optional<std::int64_t> Value::wholeNumber() const
+bool Value::readWhole(std::int64_t& whole) const
 {
     const auto* number = std::get_if<double>(&content);
     constexpr double limit = 9223372036854775808.0; // 2 to the 63rd, the first that does not fit
     if (!number || !(*number >= -limit && *number < limit) || *number != std::trunc(*number))
-        return std::nullopt;
-    return static_cast<std::int64_t>(*number);
+        return false;
+    whole = static_cast<std::int64_t>(*number);
+    return true;
 }
 
 std::optional<double> Value::asNumber() const

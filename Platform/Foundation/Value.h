@@ -106,14 +106,19 @@ public:
     /// Each reads the value as one type, and gives nothing when it is of another.
     [[nodiscard]] std::optional<bool> asBoolean() const
     {
-        const auto* boolean = std::get_if<bool>(&content);
-        return boolean ? std::optional(*boolean) : std::nullopt;
+        if (const auto* boolean = std::get_if<bool>(&content))
+            return *boolean;
+        return std::nullopt;
     }
     /// Also a number without a fraction that a 64-bit integer holds exactly.
     [[nodiscard]] std::optional<std::int64_t> asInteger() const
     {
-        const auto* integer = std::get_if<std::int64_t>(&content);
-        return integer ? std::optional(*integer) : wholeNumber();
+        std::int64_t whole = 0;
+        if (const auto* integer = std::get_if<std::int64_t>(&content))
+            whole = *integer;
+        else if (!readWhole(whole))
+            return std::nullopt;
+        return whole;
     }
     /// Also an integer that a double holds exactly.
     [[nodiscard]] std::optional<double> asNumber() const;
@@ -142,12 +147,13 @@ public:
     bool operator==(const Value& other) const;
 
 private:
-    [[nodiscard]] std::optional<std::int64_t> wholeNumber() const;
+    bool readWhole(std::int64_t& whole) const; // of a number without a fraction
 
     template <class T> std::optional<T> take()
     {
-        auto* held = std::get_if<T>(&content);
-        return held ? std::optional(std::move(*held)) : std::nullopt;
+        if (auto* held = std::get_if<T>(&content))
+            return std::move(*held);
+        return std::nullopt;
     }
 
     template <class T> using Shared = std::shared_ptr<const T>;

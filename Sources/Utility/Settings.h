@@ -133,8 +133,9 @@ public:
     template <class T>
     [[nodiscard]] T get(const std::shared_ptr<SettingsKeys::KeyWithDefaultValue<T>>& key) const
     {
-        auto value = read<T>(key->storageKey);
-        return value ? *std::move(value) : key->defaultValue;
+        if (auto value = read<T>(key->storageKey))
+            return *std::move(value);
+        return key->defaultValue;
     }
 
     /// Keeps a value, or none, and then tells those who subscribed to this kind of key.

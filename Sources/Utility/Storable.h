@@ -100,7 +100,9 @@ template <> struct Storable<Value> {
     static Value store(const Value& value) { return value; }
     static std::optional<Value> read(Value value)
     {
-        return value.isNull() ? std::nullopt : std::optional(std::move(value));
+        if (value.isNull())
+            return std::nullopt;
+        return value;
     }
 };
 
