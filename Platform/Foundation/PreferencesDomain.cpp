@@ -360,10 +360,14 @@ void PreferencesDomain::shortenLog()
     if (pages < logPages + longLog)
         return;
     logPages = pages;
-    if (pages >= longestLog)
+    const auto checkpoint = [this] {
+        const std::lock_guard lock(checkpointing);
         PreferencesDatabase::checkpoint(folder->databaseFile());
+    };
+    if (pages >= longestLog)
+        checkpoint();
     else
-        queue->async([file = folder->databaseFile()] { PreferencesDatabase::checkpoint(file); });
+        queue->async(checkpoint);
 }
 
 } // namespace LumoKit::detail

@@ -9,6 +9,7 @@
 #include <boost/unordered/unordered_flat_map.hpp>
 
 #include <functional>
+#include <mutex>
 #include <vector>
 
 namespace LumoKit::detail {
@@ -80,6 +81,7 @@ private:
     const std::optional<PreferencesFolder> folder;
     const std::shared_ptr<DispatchQueue> queue;
 
+    std::mutex checkpointing; // one attempt to shorten the log at a time; taken after `mutex`, never before
     BriefLock mutex;
     Entries entries;
     std::int64_t known = 0; // the generation up to which the database was read
