@@ -135,6 +135,57 @@ TEST(URLComponents, AreThePartsOfALink)
         expectParts(parts);
 }
 
+/// References stay as they are written: nothing here puts them together with a base.
+TEST(URLComponents, AreThePartsOfAReference)
+{
+    for (const Parts& parts : {
+             // RFC 3986, section 5.4
+             Parts{.text = "g:h", .scheme = "g", .path = "h"},
+             Parts{.text = "g", .path = "g"},
+             Parts{.text = "./g", .path = "./g"},
+             Parts{.text = "g/", .path = "g/"},
+             Parts{.text = "/g", .path = "/g"},
+             Parts{.text = "//g", .host = "g"},
+             Parts{.text = "?y", .query = "y"},
+             Parts{.text = "g?y", .path = "g", .query = "y"},
+             Parts{.text = "#s", .fragment = "s"},
+             Parts{.text = "g#s", .path = "g", .fragment = "s"},
+             Parts{.text = "g?y#s", .path = "g", .query = "y", .fragment = "s"},
+             Parts{.text = ";x", .path = ";x"},
+             Parts{.text = "g;x", .path = "g;x"},
+             Parts{.text = "g;x?y#s", .path = "g;x", .query = "y", .fragment = "s"},
+             Parts{.text = ".", .path = "."},
+             Parts{.text = "./", .path = "./"},
+             Parts{.text = "..", .path = ".."},
+             Parts{.text = "../", .path = "../"},
+             Parts{.text = "../g", .path = "../g"},
+             Parts{.text = "../..", .path = "../.."},
+             Parts{.text = "../../", .path = "../../"},
+             Parts{.text = "../../g", .path = "../../g"},
+             Parts{.text = "../../../g", .path = "../../../g"},
+             Parts{.text = "../../../../g", .path = "../../../../g"},
+             Parts{.text = "/./g", .path = "/./g"},
+             Parts{.text = "/../g", .path = "/../g"},
+             Parts{.text = "g.", .path = "g."},
+             Parts{.text = ".g", .path = ".g"},
+             Parts{.text = "g..", .path = "g.."},
+             Parts{.text = "..g", .path = "..g"},
+             Parts{.text = "./../g", .path = "./../g"},
+             Parts{.text = "./g/.", .path = "./g/."},
+             Parts{.text = "g/./h", .path = "g/./h"},
+             Parts{.text = "g/../h", .path = "g/../h"},
+             Parts{.text = "g;x=1/./y", .path = "g;x=1/./y"},
+             Parts{.text = "g;x=1/../y", .path = "g;x=1/../y"},
+             Parts{.text = "g?y/./x", .path = "g", .query = "y/./x"},
+             Parts{.text = "g?y/../x", .path = "g", .query = "y/../x"},
+             Parts{.text = "g#s/./x", .path = "g", .fragment = "s/./x"},
+             Parts{.text = "g#s/../x", .path = "g", .fragment = "s/../x"},
+             Parts{.text = "http:g", .scheme = "http", .path = "g"},
+         })
+        expectParts(parts);
+    EXPECT_FALSE(URLComponents::parse("").has_value()) << "the reference to the same document is no address";
+}
+
 TEST(URLComponents, DecodeAZeroByte)
 {
     const auto found = components("x://h%00i/a%00b?c%00d=e%00f");

@@ -184,6 +184,9 @@ TEST(MailToParser, GivesNothingForAnotherScheme)
              "mail-to:a@example.com"sv, "mailto"sv, "a@example.com"sv, "//mailto:a@example.com"sv,
              "/mailto:a@example.com"sv, "?mailto:a@example.com"sv, "%6Dailto:a@example.com"sv,
              "mailto%3Aa@example.com"sv, "http://example.com/mailto:a@example.com"sv,
+             // RFC 3986, section 5.4
+             "g:h"sv, "./g"sv, "/g"sv, "//g"sv, "?y"sv, "g?y#s"sv, ";x=1/../y"sv, "../../../g"sv,
+             "g;x=1/./y"sv, "g?y/../x"sv, "g#s/../x"sv, "http:g"sv,
              // RFC 3986, section 1.1.2
              "ftp://ftp.is.co.za/rfc/rfc1808.txt"sv, "http://www.ietf.org/rfc/rfc2396.txt"sv,
              "ldap://[2001:db8::7]/c=GB?objectClass?one"sv, "news:comp.infosystems.www.servers.unix"sv,

@@ -258,6 +258,9 @@ TEST(URLCommandParser, GivesNothingThatNoTypeTakes)
     const URLCommandParser all(
         {urlCommandType<MailToCommand>, urlCommandType<OpenURLCommand>, urlCommandType<OpenAccountCommand>});
     for (const auto text : {"x://other?email=a"sv, "x:y"sv, "a"sv, "x://account"sv, "x://account?name=a"sv,
+             // RFC 3986, section 5.4
+             "g:h"sv, "./g"sv, "/g"sv, "//g"sv, "?y"sv, "g?y#s"sv, ";x=1/../y"sv, "../../../g"sv,
+             "g;x=1/./y"sv, "g?y/../x"sv, "g#s/../x"sv, "http:g"sv,
              // RFC 3986, section 1.1.2
              "ftp://ftp.is.co.za/rfc/rfc1808.txt"sv, "http://www.ietf.org/rfc/rfc2396.txt"sv,
              "ldap://[2001:db8::7]/c=GB?objectClass?one"sv, "news:comp.infosystems.www.servers.unix"sv,
