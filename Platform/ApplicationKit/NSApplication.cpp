@@ -1,9 +1,14 @@
 #include "NSApplicationNative.h"
 
+#include "CommandLineLinks.h"
+
 #include <LumoKit/Platform/Dispatch/DispatchQueue.h>
 #include <LumoKit/Platform/Dispatch/MainThread.h>
 #include <LumoKit/Platform/Foundation/Bundle.h>
+#include <LumoKit/Platform/Foundation/Characters.h>
 #include <LumoKit/Platform/Foundation/FatalError.h>
+#include <LumoKit/Platform/Foundation/Files.h>
+#include <LumoKit/Platform/Foundation/NSAppleEventManager.h>
 #include <LumoKit/Platform/Foundation/NotificationCenter.h>
 #include <LumoKit/Platform/Native/Handles.h>
 
@@ -12,13 +17,51 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <utility>
+
+#ifdef GDK_WINDOWING_X11
+#include <gdk/gdkx.h>
+#endif
+#ifdef GDK_WINDOWING_WAYLAND
+#include <gdk/gdkwayland.h>
+#endif
 
 namespace LumoKit {
 
 namespace {
 
 constexpr const char* effectiveAppearanceKey = "effectiveAppearance";
+
+/// What this process was started for. GTK takes the token out of the environment when it connects to the display.
+detail::StartRequest startRequest()
+{
+    detail::StartRequest request{detail::linksOn(
+        readFile("/proc/self/cmdline").value_or(std::string()), Bundle::main().urlSchemes()), {}};
+    for (const char* variable : {"XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID"})
+        if (const char* token = std::getenv(variable); token && *token && isUTF8(token)) {
+            request.activationToken = token;
+            break;
+        }
+    return request;
+}
+
+/// Lets windows that are presented from now on come to the front, as the desktop has allowed whoever asks for it.
+void use(const std::string& activationToken)
+{
+    if (activationToken.empty())
+        return;
+    GdkDisplay* display = gdk_display_get_default();
+#ifdef GDK_WINDOWING_X11
+    if (GDK_IS_X11_DISPLAY(display))
+        gdk_x11_display_set_startup_notification_id(display, activationToken.c_str());
+#endif
+#ifdef GDK_WINDOWING_WAYLAND
+    if (GDK_IS_WAYLAND_DISPLAY(display))
+        gdk_wayland_display_set_startup_notification_id(display, activationToken.c_str());
+#endif
+    gdk_notify_startup_complete_with_id(activationToken.c_str()); // else the pointer keeps telling of a start
+}
 
 } // namespace
 
@@ -37,6 +80,52 @@ void NSApplication::Native::keep(const std::shared_ptr<NSWindow>& window)
 bool NSApplication::Native::letGo(const NSWindow& window)
 {
     return std::erase_if(onScreen, [&](const auto& kept) { return kept.get() == &window; }) > 0;
+}
+
+void NSApplication::Native::becameKey(const NSWindow& window)
+{
+    const auto place =
+        std::ranges::find_if(onScreen, [&](const auto& kept) { return kept.get() == &window; });
+    if (place != onScreen.end())
+        std::rotate(place, place + 1, onScreen.end());
+}
+
+void NSApplication::Native::becomeTheOne(
+    const std::string& identifier, const detail::StartRequest& request)
+{
+    instance.emplace(identifier, [this](const detail::StartRequest& further) {
+        const auto answer = take(further);
+        if (answer == detail::SingleInstance::Answer::accepted)
+            use(further.activationToken);
+        return answer;
+    });
+    if (!instance->claim(request))
+        std::exit(0);
+}
+
+detail::SingleInstance::Answer NSApplication::Native::take(const detail::StartRequest& request)
+{
+    using enum detail::SingleInstance::Answer;
+    if (terminating)
+        return ending;
+    if (request.links.empty() && !std::exchange(reopening, true))
+        DispatchQueue::main()->async([this] { reopen(); }); // after it has finished launching
+    for (const std::string& link : request.links) {
+        NSAppleEventDescriptor event(kInternetEventClass, kAEGetURL);
+        event.setParam(NSAppleEventDescriptor(link), keyDirectObject);
+        if (!NSAppleEventManager::sharedAppleEventManager().dispatch(std::move(event)))
+            return refused;
+    }
+    return accepted;
+}
+
+void NSApplication::Native::reopen()
+{
+    reopening = false;
+    const auto asked = delegate.lock();
+    const bool wanted = !asked || asked->applicationShouldHandleReopen(!onScreen.empty());
+    if (wanted && !onScreen.empty())
+        onScreen.back()->makeKeyAndOrderFront();
 }
 
 void NSApplication::Native::closed(const NSWindow& window)
@@ -91,11 +180,14 @@ NSApplication::NSApplication()
     : native(std::make_unique<Native>())
 {
     assertMainThread();
+    const auto request = startRequest();
     // Desktops match a window to its application by these names; the engine names its folders after the
     // first.
     const auto identifier = Bundle::main().bundleIdentifier();
-    if (identifier)
+    if (identifier) {
+        native->becomeTheOne(*identifier, request);
         g_set_prgname(identifier->c_str());
+    }
     const Value name = Bundle::main().object("CFBundleName");
     if (const auto* text = name.asText())
         g_set_application_name(text->c_str());
@@ -107,6 +199,8 @@ NSApplication::NSApplication()
     const auto effective = effectiveAppearance();
     native->shown = effective->name; // nobody is told of the first
     native->show(*this, *effective);
+    if (!request.links.empty() && native->take(request) == detail::SingleInstance::Answer::refused)
+        g_printerr("there are too many links to open\n");
 }
 
 NSApplication::~NSApplication() = default;

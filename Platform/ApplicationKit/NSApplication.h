@@ -17,6 +17,9 @@ public:
 
     /// The main loop is about to start.
     virtual void applicationDidFinishLaunching() { }
+    /// The application was started once more, without anything to open. True brings the window that was used last
+    /// to the front; false leaves everything to the delegate.
+    virtual bool applicationShouldHandleReopen([[maybe_unused]] bool hasVisibleWindows) { return true; }
     /// The last window was closed; true ends the application.
     virtual bool applicationShouldTerminateAfterLastWindowClosed() { return false; }
     /// The application is asked to end; false lets it go on.
@@ -25,7 +28,14 @@ public:
     virtual void applicationWillTerminate() { }
 };
 
-/// The running application: its main loop and its windows. There is one in a process.
+/// The running application: its main loop and its windows. There is one in a process, and one process in a session.
+///
+/// A program in a bundle is known by its identifier on the session bus. A second start of it hands over what it was
+/// started for, and ends: links to open, or nothing but to come to the front. A link arrives as the event of class
+/// and ID "GURL", see `NSAppleEventManager`, whether it was on the command line of the first start, of a later one,
+/// or sent over the bus (`org.freedesktop.Application.Open`). On a command line the texts that begin with one of
+/// the bundle's `urlSchemes()` are links; the other arguments are the host's. A program outside of a bundle, and
+/// every program where there is no session bus, runs alone.
 ///
 /// Thread: the main thread. Posts `didChangeEffectiveAppearanceNotification` to the default notification centre,
 /// with itself as the object.
@@ -36,7 +46,9 @@ public:
     static constexpr const char* didChangeEffectiveAppearanceNotification =
         "NSApplicationDidChangeEffectiveAppearanceNotification";
 
-    /// The application; the first call connects to the desktop.
+    /// The application; the first call connects to the desktop. A host makes it before anything that it would not
+    /// want twice: in the second start of a program it ends the process, with status 0, once the first has taken
+    /// over.
     /// Errors: stops the process when there is no display.
     [[nodiscard]] static NSApplication& shared();
 

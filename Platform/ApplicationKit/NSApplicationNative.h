@@ -1,6 +1,7 @@
 #pragma once
 
 #include "SettingsPortal.h"
+#include "SingleInstance.h"
 #include "ToolkitTheme.h"
 
 #include <LumoKit/Platform/ApplicationKit/NSAppearance.h>
@@ -22,6 +23,13 @@ struct NSApplication::Native {
     /// Whether it was kept.
     bool letGo(const NSWindow& window);
     void closed(const NSWindow& window);
+    void becameKey(const NSWindow& window);
+
+    /// Ends the process where another instance has taken over what it was started for.
+    void becomeTheOne(const std::string& identifier, const detail::StartRequest& request);
+    /// Takes what this or a further start was made for.
+    detail::SingleInstance::Answer take(const detail::StartRequest& request);
+    void reopen();
 
     /// Where the desktop's appearance comes from.
     struct Desktop {
@@ -41,7 +49,9 @@ struct NSApplication::Native {
     std::string shown; // the name of the appearance that windows and pages have
     std::weak_ptr<NSApplicationDelegate> delegate;
     std::vector<std::weak_ptr<NSWindow>> windows; // all, in the order in which they were made
-    std::vector<std::shared_ptr<NSWindow>> onScreen; // kept while they are
+    std::vector<std::shared_ptr<NSWindow>> onScreen; // kept while they are; the one that was used last at the end
+    std::optional<detail::SingleInstance> instance; // in a bundle
+    bool reopening = false; // soon
     GMainLoop* loop = nullptr; // while running
     bool terminating = false;
 };

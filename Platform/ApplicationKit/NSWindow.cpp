@@ -103,6 +103,8 @@ std::shared_ptr<NSWindow> NSWindow::create(const CGRect& contentRect, StyleMask 
             const bool key = gtk_window_is_active(self->native->window.get());
             if (std::exchange(self->native->key, key) == key)
                 return;
+            if (key)
+                application().becameKey(*self);
             if (const auto delegate = self->native->delegate.lock())
                 key ? delegate->windowDidBecomeKey(*self) : delegate->windowDidResignKey(*self);
             NotificationCenter::defaultCenter().post(

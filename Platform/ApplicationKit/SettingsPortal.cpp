@@ -1,5 +1,7 @@
 #include "SettingsPortal.h"
 
+#include "SessionBus.h"
+
 #include <LumoKit/Platform/Dispatch/MainThread.h>
 #include <LumoKit/Platform/Native/Handles.h>
 
@@ -19,18 +21,6 @@ constexpr const char* portalPath = "/org/freedesktop/portal/desktop";
 constexpr const char* settings = "org.freedesktop.portal.Settings";
 constexpr const char* appearance = "org.freedesktop.appearance";
 constexpr const char* colorSchemeKey = "color-scheme";
-
-/// A connection of its own: the one that GIO shares ends the process when the bus goes.
-ObjectPtr<GDBusConnection> connection()
-{
-    const GText address(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
-    if (!address)
-        return {};
-    constexpr auto flags = static_cast<GDBusConnectionFlags>(
-        G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT | G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
-    return ObjectPtr<GDBusConnection>::adopt(
-        g_dbus_connection_new_for_address_sync(address.get(), flags, nullptr, nullptr, nullptr));
-}
 
 /// What a value of the setting means. `Read` wraps it once more than the setting's type says; later portals may
 /// not.
@@ -69,7 +59,7 @@ GVariant* question()
 
 SettingsPortal::SettingsPortal(std::function<void(ColorScheme)> changed)
     : changed(std::move(changed))
-    , bus(connection())
+    , bus(connectToSessionBus())
 {
     assertMainThread();
     if (!bus)

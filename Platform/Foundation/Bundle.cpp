@@ -1,8 +1,11 @@
 #include <LumoKit/Platform/Foundation/Bundle.h>
 #include <LumoKit/Platform/Foundation/Files.h>
 #include <LumoKit/Platform/Foundation/PropertyList.h>
+#include <LumoKit/Platform/Foundation/URL.h>
 
 #include <algorithm>
+#include <cctype>
+#include <iterator>
 
 namespace LumoKit {
 
@@ -30,6 +33,19 @@ fs::path bundleOf(const fs::path& executable)
         && bundle.extension() == ".app")
         return bundle;
     return folder;
+}
+
+/// None where the value is no array.
+Value::Array items(const Value& value)
+{
+    const auto* array = value.asArray();
+    return array ? *array : Value::Array();
+}
+
+bool isScheme(const std::string& text)
+{
+    const auto url = URL::parse(text + ":");
+    return url && url->scheme() == text;
 }
 
 } // namespace
@@ -68,6 +84,17 @@ Value Bundle::object(std::string_view forInfoDictionaryKey) const
         return {};
     const auto found = information->find(forInfoDictionaryKey);
     return found == information->end() ? Value() : found->second;
+}
+
+std::vector<std::string> Bundle::urlSchemes() const
+{
+    std::vector<std::string> schemes;
+    for (const Value& type : items(object("CFBundleURLTypes")))
+        for (const Value& entry : items(type["CFBundleURLSchemes"]))
+            if (const auto* text = entry.asText(); text && isScheme(*text))
+                std::ranges::transform(*text, std::back_inserter(schemes.emplace_back()),
+                    [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    return schemes;
 }
 
 std::optional<fs::path> Bundle::path(std::string_view forResource, std::string_view ofType) const

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace LumoKit {
 
@@ -32,6 +33,9 @@ public:
     [[nodiscard]] const std::optional<Value::Dictionary>& infoDictionary() const { return information; }
     /// One entry of `Info.plist`; null if there is none.
     [[nodiscard]] Value object(std::string_view forInfoDictionaryKey) const;
+    /// The URL schemes that the program opens, in lower case: the texts in "CFBundleURLSchemes" of the entries
+    /// in "CFBundleURLTypes". What is no scheme is left out.
+    [[nodiscard]] std::vector<std::string> urlSchemes() const;
 
     /// The file `name.type` among the resources (`name` alone where the type is empty); nothing if it does
     /// not exist or lies outside of them.

@@ -3,6 +3,10 @@
 
 #include <boost/url/encode.hpp>
 #include <boost/url/grammar/lut_chars.hpp>
+#include <unicode/uchar.h>
+#include <unicode/utf8.h>
+
+#include <cstdint>
 
 namespace LumoKit {
 
@@ -14,6 +18,27 @@ std::optional<std::string> addingPercentEncoding(std::string_view text, std::str
         return allowedCharacters.contains(static_cast<char>(byte));
     };
     return boost::urls::encode(text, boost::urls::grammar::lut_chars(isAllowed));
+}
+
+std::optional<std::string> addingPercentEncodingToAllButAlphanumerics(std::string_view text)
+{
+    if (!isUTF8(text))
+        return std::nullopt;
+    constexpr std::uint32_t alphanumerics = U_GC_L_MASK | U_GC_M_MASK | U_GC_ND_MASK;
+    constexpr std::string_view digits = "0123456789ABCDEF";
+    std::string encoded;
+    for (std::size_t begin = 0, end = 0; begin < text.size(); begin = end) {
+        UChar32 character = 0;
+        U8_NEXT_UNSAFE(text.data(), end, character);
+        const std::string_view bytes = text.substr(begin, end - begin);
+        if (U_GET_GC_MASK(character) & alphanumerics) {
+            encoded.append(bytes);
+            continue;
+        }
+        for (const unsigned char byte : bytes)
+            encoded.append({'%', digits[byte >> 4], digits[byte & 15]});
+    }
+    return encoded;
 }
 
 } // namespace LumoKit

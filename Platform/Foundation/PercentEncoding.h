@@ -20,4 +20,12 @@ inline constexpr std::string_view urlQueryAllowed =
 [[nodiscard]] std::optional<std::string> addingPercentEncoding(
     std::string_view text, std::string_view allowedCharacters);
 
+/// A text with everything that is neither a letter, a mark nor a digit, of whatever script, written as the bytes of
+/// its UTF-8 form, each as "%" and two upper-case hexadecimal digits.
+///
+/// Errors: nothing when the text is no UTF-8.
+/// Thread: any.
+/// Source: Unicode Standard, section 4.5, categories L, M and Nd; RFC 3986, section 2.1.
+[[nodiscard]] std::optional<std::string> addingPercentEncodingToAllButAlphanumerics(std::string_view text);
+
 } // namespace LumoKit

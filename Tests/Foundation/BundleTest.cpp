@@ -86,6 +86,21 @@ TEST_F(BundleTest, ReadsItsInformation)
     EXPECT_TRUE(bundle.object("").isNull());
 }
 
+TEST_F(BundleTest, KnowsTheSchemesThatItsProgramOpens)
+{
+    EXPECT_EQ(Bundle(app).urlSchemes(), std::vector<std::string>());
+    write(list(), information(R"(<key>CFBundleURLTypes</key><array>
+        <dict><key>CFBundleURLSchemes</key><array><string>mailto</string><string>LumoForTea</string></array></dict>
+        <string>no type</string><dict/>
+        <dict><key>CFBundleURLSchemes</key><string>no array</string></dict>
+        <dict><key>CFBundleURLSchemes</key><array>
+            <string/><string>a;b</string><string>a:b</string><string>1a</string><string>a b</string><integer>1</integer>
+            <string>web+tea.v1-x</string></array></dict></array>)"));
+    EXPECT_EQ(Bundle(app).urlSchemes(), (std::vector<std::string>{"mailto", "lumofortea", "web+tea.v1-x"}));
+    write(list(), information("<key>CFBundleURLTypes</key><string>mailto</string>"));
+    EXPECT_EQ(Bundle(app).urlSchemes(), std::vector<std::string>());
+}
+
 TEST_F(BundleTest, ReadsBinaryInformation)
 {
     // One dictionary with the entry CFBundleIdentifier; the offsets of the three objects; the trailer.

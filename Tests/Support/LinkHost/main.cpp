@@ -1,0 +1,143 @@
+// A host that tells what happens to it, a line each, in the file that LINK_HOST_REPORT names.
+//
+//   LinkHost [ARGUMENT...]        runs until it is sent "lumotest:quit"
+//   LinkHost --register SCHEME    makes itself the default handler, and says on standard output whether it is
+//   LinkHost --default SCHEME     says which application is
+//   LinkHost --facts              says what a request for help tells
+//
+// LINK_HOST_MODE: "late" has no handler of links before it is started a second time, "none" never; "mail" reads mail
+// links; "window" has a window; "slow" ends only when something is written to the file that LINK_HOST_GATE names.
+
+#include <LumoKit/MailTo/MailToManager.h>
+#include <LumoKit/Platform/ApplicationKit/LaunchServices.h>
+#include <LumoKit/Platform/ApplicationKit/NSApplication.h>
+#include <LumoKit/Platform/ApplicationKit/NSWindow.h>
+#include <LumoKit/Platform/Dispatch/MainThread.h>
+#include <LumoKit/Platform/Foundation/NSAppleEventManager.h>
+#include <LumoKit/Platform/Foundation/Print.h>
+#include <LumoKit/Utility/HelpRequestInfo.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+using namespace LumoKit;
+
+namespace {
+
+std::string variable(const char* name)
+{
+    const char* value = std::getenv(name);
+    return value ? value : "";
+}
+
+void report(const std::string& event)
+{
+    static const int file = ::open(variable("LINK_HOST_REPORT").c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
+    const std::string line = event + "\n";
+    if (::write(file, line.data(), line.size()) != static_cast<ssize_t>(line.size()))
+        std::abort();
+}
+
+class Host : public NSApplicationDelegate,
+             public NSWindowDelegate,
+             public std::enable_shared_from_this<Host> {
+public:
+    explicit Host(std::string mode)
+        : mode(std::move(mode))
+    {
+    }
+
+    void start()
+    {
+        if (mode == "mail") {
+            MailToManager::shared()->registerSystemHandler();
+            MailToManager::shared()->handleMailTo([](const MailToParseResult& mail) {
+                std::string to;
+                for (const auto& recipient : mail.recipients.value_or(std::vector<std::string>{"(none)"}))
+                    to += recipient + " ";
+                report("mail " + to + "| " + mail.subject.value_or("(none)") + " | " + mail.body.value_or("(none)"));
+                return true;
+            });
+        } else if (mode != "late" && mode != "none") {
+            receiveLinks();
+        }
+        if (mode == "window") {
+            window = NSWindow::create({{100, 100}, {200, 100}});
+            window->setDelegate(weak_from_this());
+            window->makeKeyAndOrderFront();
+        }
+    }
+
+private:
+    void receiveLinks()
+    {
+        NSAppleEventManager::sharedAppleEventManager().setEventHandler(
+            shared_from_this(), &Host::open, kInternetEventClass, kAEGetURL);
+    }
+
+    void open(const NSAppleEventDescriptor& event, NSAppleEventDescriptor&)
+    {
+        const std::string link = event.paramDescriptor(keyDirectObject)->stringValue().value();
+        report((isMainThread() ? "link " : "link on another thread ") + link);
+        if (link == "lumotest:quit")
+            NSApplication::shared().terminate();
+    }
+
+    void applicationDidFinishLaunching() override { report("launched"); }
+    bool applicationShouldHandleReopen(bool hasVisibleWindows) override
+    {
+        report(hasVisibleWindows ? "reopened with windows" : "reopened");
+        if (mode == "late")
+            receiveLinks();
+        return true;
+    }
+    void windowDidBecomeKey(NSWindow&) override { report("key"); }
+    void windowDidResignKey(NSWindow&) override { report("not key"); }
+
+    const std::string mode;
+    std::shared_ptr<NSWindow> window;
+};
+
+int answer(std::string_view question, const std::string& scheme)
+{
+    if (question == "--register") {
+        const auto made = LaunchServices::setDefaultHandler(scheme);
+        print(made ? "it is" : made.error().description);
+        return made ? 0 : 1;
+    }
+    if (question == "--default") {
+        print(LaunchServices::defaultHandler(scheme).value_or("none"));
+        return 0;
+    }
+    print(HelpRequestInfo::applicationName() + "|" + HelpRequestInfo::versionNumber() + "|"
+        + HelpRequestInfo::buildNumber());
+    return 0;
+}
+
+} // namespace
+
+int main(int count, char** arguments)
+{
+    const std::string_view first = count > 1 ? arguments[1] : "";
+    if (first == "--register" || first == "--default" || first == "--facts")
+        return answer(first, count > 2 ? arguments[2] : "");
+    ::alarm(120); // whatever becomes of the test
+    auto& application = NSApplication::shared();
+    report("started " + std::to_string(::getpid()));
+    const std::string mode = variable("LINK_HOST_MODE");
+    const auto host = std::make_shared<Host>(mode);
+    application.setDelegate(host);
+    host->start();
+    application.run();
+    report("ending");
+    if (mode == "slow") {
+        const int gate = ::open(variable("LINK_HOST_GATE").c_str(), O_RDONLY | O_CLOEXEC);
+        char byte = 0;
+        [[maybe_unused]] const auto opened = ::read(gate, &byte, 1);
+    }
+    return 0;
+}
