@@ -12,6 +12,7 @@
 #include <cctype>
 #include <filesystem>
 #include <iterator>
+#include <memory>
 #include <vector>
 
 namespace LumoKit {
@@ -47,7 +48,11 @@ std::string contentType(const std::string& scheme)
 bool starts(const Entry& entry, const fs::path& program, const std::vector<std::string>& schemes)
 {
     const auto info = G_APP_INFO(entry.get());
-    const GText found(g_find_program_in_path(g_app_info_get_executable(info)));
+    char** words = nullptr;
+    if (!g_shell_parse_argv(g_app_info_get_commandline(info), nullptr, &words, nullptr))
+        return false;
+    const std::unique_ptr<char*, detail::FreedBy<g_strfreev>> owned(words);
+    const GText found(g_find_program_in_path(words[0]));
     std::error_code missing;
     if (!found || !fs::equivalent(found.get(), program, missing) || !g_app_info_supports_uris(info))
         return false;
