@@ -172,7 +172,10 @@ void SingleInstance::answer(const char* method, GVariant* parameters, GDBusMetho
     }
     switch (handler(request)) {
     case Answer::accepted:
-        return g_dbus_method_invocation_return_value(call, nullptr);
+        g_dbus_method_invocation_return_value(call, nullptr);
+        // Answered before it is acted on: a link that ends this process is not opened again by whoever sent it.
+        g_dbus_connection_flush_sync(bus.get(), nullptr, nullptr);
+        return;
     case Answer::refused:
         return g_dbus_method_invocation_return_error(call, G_DBUS_ERROR, G_DBUS_ERROR_LIMITS_EXCEEDED,
             "%s has too many links to open", identifier.c_str());
