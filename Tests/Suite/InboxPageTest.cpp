@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace {
 
 using namespace LumoKit;
@@ -24,7 +26,8 @@ protected:
         ASSERT_TRUE(started) << started.error();
         service = std::move(*started);
         for (const char* name :
-            {"inboxReady", "unreadCount", "conversationOpened", "conversationDone", "pageError"})
+            {"inboxReady", "unreadCount", "conversationOpened", "conversationDone", "composeOpened", "mailSent",
+                "shown", "pageError"})
             configuration->userContentController()->add(messages, name);
         view = ProxyWebView::create(configuration);
         view->navigationHandler = [this](NavigationType type, const URL& url) {
@@ -105,6 +108,59 @@ TEST_F(InboxPage, TellsOfItsErrors)
     ASSERT_TRUE(error);
     EXPECT_TRUE((*error)["message"].asText());
     EXPECT_TRUE((*error)["line"].asInteger());
+}
+
+TEST_F(InboxPage, BeginsTheMailsThatItIsGivenAndSendsThem)
+{
+    load("/inbox/");
+    ASSERT_TRUE(awaited("inboxReady"));
+    WebViewJavascriptExecutor executor(view);
+    // What the fields of the mail show, and whether they can be seen.
+    const char* show = "webkit.messageHandlers.shown.postMessage([...['to', 'subject', 'body'].map(name => "
+                       "document.getElementById('compose-' + name).value), document.getElementById('draft-position')"
+                       ".textContent, !document.getElementById('compose').hidden]); undefined";
+    executor.execute("LumoInbox.compose({to: ['ada@example.com', 'bob@example.com'], subject: 'First', "
+                     "body: 'Line\\n<b>line</b>'})");
+    ASSERT_TRUE(awaited("composeOpened"));
+    executor.execute(show);
+    EXPECT_EQ(awaited("shown"),
+        Value(Value::Array{"ada@example.com, bob@example.com", "First", "Line\n<b>line</b>", "", true}));
+
+    executor.execute("LumoInbox.compose({subject: 'Second'})"); // the first one waits
+    ASSERT_TRUE(awaited("composeOpened", 1));
+    executor.execute(show);
+    EXPECT_EQ(awaited("shown", 1), Value(Value::Array{"", "Second", "", "1 other waiting", true}));
+    executor.execute("document.getElementById('compose').requestSubmit()"); // for nobody
+    executor.execute("document.getElementById('discard-button').click()");
+    executor.execute(show);
+    EXPECT_EQ(awaited("shown", 2), awaited("shown", 0));
+
+    executor.execute("document.getElementById('compose').requestSubmit()");
+    EXPECT_EQ(awaited("mailSent"), Value("First"));
+    executor.execute("LumoInbox.open('sent-19')");
+    const auto opened = awaited("conversationOpened");
+    ASSERT_TRUE(opened);
+    EXPECT_EQ((*opened)["subject"], Value("First"));
+    EXPECT_EQ((*opened)["from"], Value("ada@example.com, bob@example.com"));
+    EXPECT_FALSE(std::ranges::any_of(
+        messages->messages, [](const auto& message) { return message.name == "pageError"; }));
+}
+
+TEST_F(InboxPage, SendsNothingThatIsNoMail)
+{
+    load("/inbox/");
+    ASSERT_TRUE(awaited("inboxReady"));
+    WebViewJavascriptExecutor executor(view);
+    std::size_t asked = 0;
+    for (const char* body : {"", "[]", "{}", R"({"to": [], "subject": "", "text": ""})",
+             R"({"to": [""], "subject": "", "text": ""})", R"({"to": "a", "subject": "", "text": ""})",
+             R"({"to": ["a"], "subject": 1, "text": ""})", R"({"to": ["a"], "subject": ""})",
+             R"({"to": ["a"], "subject": "", "text": "", "from": "somebody else"})"}) {
+        executor.execute(std::string("fetch('/api/conversations', {method: 'POST', headers: {'Content-Type': "
+                                     "'application/json'}, body: '")
+            + body + "'}).then(r => webkit.messageHandlers.shown.postMessage(r.status)); undefined");
+        EXPECT_EQ(awaited("shown", asked++), Value(400)) << body;
+    }
 }
 
 TEST_F(InboxPage, GivesNoFileFromOutsideItsFolder)

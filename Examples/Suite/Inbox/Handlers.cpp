@@ -50,6 +50,22 @@ class ConversationDoneHandler : public ScriptMessageHandler<HasInbox> {
     }
 };
 
+class ComposeOpenedHandler : public ScriptMessageHandler<HasInbox> {
+    [[nodiscard]] std::string messageName() const override { return "composeOpened"; }
+    void handleMessage(const std::string&, const Value& body, const HasInbox& inbox) override
+    {
+        inbox.composeOpened(textOf(body["subject"]));
+    }
+};
+
+class MailSentHandler : public ScriptMessageHandler<HasInbox> {
+    [[nodiscard]] std::string messageName() const override { return "mailSent"; }
+    void handleMessage(const std::string&, const Value& body, const HasInbox& inbox) override
+    {
+        inbox.mailSent(textOf(body));
+    }
+};
+
 class PaintedHandler : public ScriptMessageHandler<HasInbox> {
     [[nodiscard]] std::string messageName() const override { return "painted"; }
     void handleMessage(const std::string&, const Value&, const HasInbox& inbox) override
@@ -81,6 +97,7 @@ std::vector<std::shared_ptr<AnyScriptMessageHandler>> makeInboxHandlers()
 {
     return {std::make_shared<InboxReadyHandler>(), std::make_shared<UnreadCountHandler>(),
         std::make_shared<ConversationOpenedHandler>(), std::make_shared<ConversationDoneHandler>(),
+        std::make_shared<ComposeOpenedHandler>(), std::make_shared<MailSentHandler>(),
         std::make_shared<PaintedHandler>(), std::make_shared<SchemeChangedHandler>(),
         std::make_shared<PageErrorHandler>()};
 }

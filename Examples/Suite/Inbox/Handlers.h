@@ -27,6 +27,8 @@ public:
     virtual void unreadCountChanged(std::int64_t count) const = 0;
     virtual void conversationOpened(const Conversation& conversation) const = 0;
     virtual void conversationDone(const std::string& id, bool done) const = 0;
+    virtual void composeOpened(const std::string& subject) const = 0;
+    virtual void mailSent(const std::string& subject) const = 0;
     virtual void pagePainted() const = 0;
     virtual void schemeChanged(const std::string& scheme) const = 0;
     virtual void pageFailed(

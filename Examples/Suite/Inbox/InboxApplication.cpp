@@ -3,7 +3,9 @@
 #include "InboxSettings.h"
 #include "Support/SharedAccounts.h"
 
+#include <LumoKit/MailTo/MailToManager.h>
 #include <LumoKit/Platform/Foundation/Bundle.h>
+#include <LumoKit/Platform/Foundation/JSONSerialization.h>
 #include <LumoKit/Utility/Pluralize.h>
 #include <LumoKit/WebView/BundleResources.h>
 
@@ -44,6 +46,8 @@ public:
     {
         tell(&HasInbox::conversationDone, id, done);
     }
+    void composeOpened(const std::string& subject) const override { tell(&HasInbox::composeOpened, subject); }
+    void mailSent(const std::string& subject) const override { tell(&HasInbox::mailSent, subject); }
     void pagePainted() const override { tell(&HasInbox::pagePainted); }
     void schemeChanged(const std::string& scheme) const override { tell(&HasInbox::schemeChanged, scheme); }
     void pageFailed(const std::string& message, const std::string& source, std::int64_t line) const override
@@ -75,6 +79,8 @@ InboxApplication::InboxApplication(std::optional<URL> page, std::function<void(c
 void InboxApplication::start()
 {
     followThemeMode();
+    if (!page)
+        receiveMailLinks();
     const CGSize kept = settings->get(InboxSettings::windowSize);
     const CGSize size{
         std::max(kept.width, smallestWindow.width), std::max(kept.height, smallestWindow.height)};
@@ -141,6 +147,37 @@ void InboxApplication::followThemeMode()
     });
 }
 
+void InboxApplication::receiveMailLinks()
+{
+    // Each link is taken as it comes: one that started the application is there long before the page.
+    MailToManager::shared()->handleMailTo([weak = weak_from_this()](const MailToParseResult& mail) {
+        const auto application = weak.lock();
+        if (!application)
+            return false;
+        application->mails.push_back(mail);
+        application->composeMails();
+        return true;
+    });
+    MailToManager::shared()->registerSystemHandler();
+}
+
+void InboxApplication::composeMails() const
+{
+    if (!ready)
+        return;
+    for (; !mails.empty(); mails.pop_front()) {
+        const MailToParseResult& mail = mails.front();
+        Value::Array recipients;
+        for (const std::string& recipient : mail.recipients.value_or(std::vector<std::string>()))
+            recipients.emplace_back(recipient);
+        const auto draft = JSONSerialization::text(Value::Dictionary{{"to", std::move(recipients)},
+            {"subject", mail.subject.value_or("")}, {"body", mail.body.value_or("")}});
+        if (draft)
+            scripts->execute("LumoInbox.compose(" + *draft + ")");
+        mainWindow->makeKeyAndOrderFront();
+    }
+}
+
 void InboxApplication::addControls(const CGSize& size)
 {
     const double y = size.height - barHeight + 7;
@@ -204,6 +241,8 @@ void InboxApplication::inboxReady(std::int64_t conversations, const Owner& owner
         shareAccount(owner.name, owner.address);
     for (const Account& account : sharedAccounts())
         report("account of the suite: " + account.fullname() + " <" + account.email() + ">");
+    ready = true;
+    composeMails();
 }
 
 void InboxApplication::unreadCountChanged(std::int64_t count) const

@@ -3,6 +3,7 @@
 #include "Handlers.h"
 #include "Support/ServiceProcess.h"
 
+#include <LumoKit/MailTo/MailToParser.h>
 #include <LumoKit/Platform/ApplicationKit/NSApplication.h>
 #include <LumoKit/Platform/ApplicationKit/NSButton.h>
 #include <LumoKit/Platform/ApplicationKit/NSPopUpButton.h>
@@ -11,6 +12,7 @@
 #include <LumoKit/WebView/ProxyWebView.h>
 #include <LumoKit/WebView/WebViewJavascriptExecutor.h>
 
+#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -51,11 +53,16 @@ private:
     void unreadCountChanged(std::int64_t count) const override;
     void conversationOpened(const Conversation& conversation) const override;
     void conversationDone(const std::string& id, bool done) const override;
+    void composeOpened(const std::string& subject) const override { report("mail begun: " + subject); }
+    void mailSent(const std::string& subject) const override { report("mail sent: " + subject); }
     void pagePainted() const override { report("page painted"); }
     void schemeChanged(const std::string& scheme) const override { report("page is " + scheme); }
     void pageFailed(const std::string& message, const std::string& source, std::int64_t line) const override;
 
     void followThemeMode();
+    void receiveMailLinks();
+    /// Shows what waits to be written, once the page can.
+    void composeMails() const;
     void addControls(const LumoKit::CGSize& size);
     void navigated(LumoKit::ProxyWebView::NavigationType type, const LumoKit::URL& url) const;
     void showOffline(const LumoKit::Error& error);
@@ -71,6 +78,8 @@ private:
     std::shared_ptr<LumoKit::ProxyWebView> view;
     std::unique_ptr<LumoKit::WebViewJavascriptExecutor> scripts;
     LumoKit::KeyValueObservation titleObservation;
+    mutable std::deque<LumoKit::MailToParseResult> mails; // to be written, when the page is ready
+    mutable bool ready = false;
 };
 
 } // namespace LumoSuite

@@ -3,6 +3,13 @@
 #include "Support/Screenshot.h"
 
 #include <LumoKit/Models/ThemeMode.h>
+#include <LumoKit/Platform/Dispatch/DispatchQueue.h>
+
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
 
 namespace LumoSuite {
 
@@ -75,10 +82,30 @@ constexpr const char* followScheme = R"(
     undefined
 )";
 
-std::filesystem::path dark(const std::filesystem::path& picture)
+std::filesystem::path named(const std::filesystem::path& picture, const char* what)
 {
-    return picture.parent_path() / (picture.stem().string() + "-dark" + picture.extension().string());
+    return picture.parent_path() / (picture.stem().string() + what + picture.extension().string());
 }
+
+/// Starts the application once more with a link, as the desktop does. It ends when this one has taken the link.
+std::function<void()> openLink(std::string link)
+{
+    return [link = std::move(link)] {
+        DispatchQueue::create("tour.link")->async([link]() mutable {
+            std::string program = "/proc/self/exe";
+            std::array<char*, 3> arguments = {program.data(), link.data(), nullptr};
+            pid_t process = -1;
+            if (::posix_spawn(&process, program.c_str(), nullptr, nullptr, arguments.data(), environ) == 0)
+                ::waitpid(process, nullptr, 0);
+        });
+    };
+}
+
+constexpr const char* mailLink =
+    "mailto:maya.lindqvist@tarnfield.example,ines@example.net?subject=The%20harbour%20map%20is%20printed"
+    "&body=Dear%20both%2C%0A%0AThe%20proof%20came%20back%20this%20morning%2C%20and%20the%20crane%20stands%20where%20it"
+    "%20should.%20A%20copy%20lies%20on%20your%20desks.%0A%0AShall%20we%20walk%20the%20north%20quay%20with%20it%20on"
+    "%20Friday%2C%20after%20lunch%3F%0A%0ARobin";
 
 Tour::Step closeWindow(const std::weak_ptr<InboxApplication>& application)
 {
@@ -111,12 +138,20 @@ std::vector<Tour::Step> inboxTour(const std::weak_ptr<InboxApplication>& applica
         {"a script opens a conversation", run(application, "LumoInbox.open()"), "conversation opened"},
         awaitPainting(application),
         savePicture(application, picture, report),
+        {"a mail link, opened elsewhere, begins a mail", openLink(mailLink),
+            "mail begun: The harbour map is printed"},
+        awaitPainting(application),
+        savePicture(application, named(picture, "-mail"), report),
+        {"it is sent", run(application, "document.getElementById('compose').requestSubmit()"), "mail sent: "},
         {"the native button marks it done", click, "conversation done"},
         {"the user chooses the dark theme", choose(application, ThemeMode::forceDark),
             "theme chosen: forceDark"},
         {"the page follows", run(application, followScheme), "page is dark"},
         awaitPainting(application),
-        savePicture(application, dark(picture), report),
+        savePicture(application, named(picture, "-dark"), report),
+        {"another mail link begins another", openLink(mailLink), "mail begun: "},
+        awaitPainting(application),
+        savePicture(application, named(picture, "-mail-dark"), report),
         {"the window gets another size", resize(application), "window size kept: "},
         {"an error of the page reaches the host",
             run(application, "setTimeout(() => { throw new Error('on purpose') }); undefined"),

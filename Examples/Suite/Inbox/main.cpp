@@ -1,13 +1,16 @@
 // Lumo for Inbox.
 //
-//   Inbox [--page URL] [--tour PICTURE]
+//   Inbox [--page URL] [--tour PICTURE] [LINK...]
+//   Inbox --open-mail-links
 //
 // --page hosts another address; --tour walks through the application by itself, saves a picture, and exits 0
-// only if everything was seen.
+// only if everything was seen. --open-mail-links makes this the application that the desktop opens `mailto:` links
+// with. Links are received as they are from the desktop, wherever the application was started.
 
 #include "InboxApplication.h"
 #include "InboxTour.h"
 
+#include <LumoKit/Platform/ApplicationKit/LaunchServices.h>
 #include <LumoKit/Platform/Foundation/Print.h>
 
 #include <cstdio>
@@ -27,11 +30,13 @@ struct Options {
 std::optional<Options> parse(std::span<char*> arguments)
 {
     Options options;
-    for (std::size_t index = 1; index < arguments.size(); index += 2) {
-        if (index + 1 == arguments.size())
-            return std::nullopt;
+    for (std::size_t index = 1; index < arguments.size(); ++index) {
         const std::string_view name = arguments[index];
-        const std::string_view value = arguments[index + 1];
+        if (!name.starts_with("--"))
+            continue; // the kit's
+        if (++index == arguments.size())
+            return std::nullopt;
+        const std::string_view value = arguments[index];
         if (name == "--page" && (options.page = URL::parse(value)) && options.page->scheme())
             continue;
         if (name == "--tour") {
@@ -47,9 +52,14 @@ std::optional<Options> parse(std::span<char*> arguments)
 
 int main(int count, char** arguments)
 {
+    if (count == 2 && std::string_view(arguments[1]) == "--open-mail-links") {
+        const auto made = LaunchServices::setDefaultHandler("mailto");
+        print(made ? "Lumo for Inbox opens mail links" : made.error().description);
+        return made ? 0 : 1;
+    }
     const auto options = parse({arguments, static_cast<std::size_t>(count)});
     if (!options) {
-        std::fputs("usage: Inbox [--page URL] [--tour PICTURE]\n", stderr);
+        std::fputs("usage: Inbox [--page URL] [--tour PICTURE] [LINK...]\n       Inbox --open-mail-links\n", stderr);
         return 2;
     }
     auto& application = NSApplication::shared();

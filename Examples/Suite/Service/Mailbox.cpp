@@ -332,4 +332,21 @@ const Conversation* Mailbox::change(std::string_view id, const MarkChange& marks
     return std::to_address(found);
 }
 
+const Conversation* Mailbox::begin(const Draft& draft, std::chrono::sys_seconds now)
+{
+    constexpr std::size_t mostConversations = 500;
+    if (held.size() >= mostConversations)
+        return nullptr;
+    Person to{draft.to.front(), draft.to.front()};
+    for (const std::string& other : std::span(draft.to).subspan(1))
+        to.name.append(", ").append(other);
+    Conversation conversation;
+    conversation.id = "sent-" + std::to_string(held.size());
+    conversation.subject = draft.subject.empty() ? "(no subject)" : draft.subject;
+    conversation.correspondent = to;
+    conversation.done = true;
+    conversation.messages.push_back({reader, to, now, draft.text});
+    return std::to_address(held.insert(held.begin(), std::move(conversation)));
+}
+
 } // namespace LumoSuite

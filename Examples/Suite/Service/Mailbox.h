@@ -33,6 +33,7 @@ struct Conversation {
     std::string subject;
     // Whoever the reader is talking to, although the reader may have begun.
     Person correspondent;
+    // Empty where there is none.
     std::string label;
     bool unread = false;
     bool done = false;
@@ -49,6 +50,16 @@ struct MarkChange {
     std::optional<bool> starred;
 
     bool operator==(const MarkChange&) const = default;
+};
+
+/// A message that the reader writes.
+struct Draft {
+    // Addresses; never none.
+    std::vector<std::string> to;
+    std::string subject;
+    std::string text;
+
+    bool operator==(const Draft&) const = default;
 };
 
 /// The conversations of one reader, newest first.
@@ -74,6 +85,12 @@ public:
     /// Errors: null when there is none.
     /// Lifetime: valid as long as the mailbox.
     const Conversation* change(std::string_view id, const MarkChange& marks);
+
+    /// Begins a conversation, which is done, with a message of the reader's.
+    ///
+    /// Errors: null when there are too many.
+    /// Lifetime: valid until the next one.
+    const Conversation* begin(const Draft& draft, std::chrono::sys_seconds now);
 
 private:
     Person reader;

@@ -121,4 +121,25 @@ std::expected<MarkChange, std::string> readMarkChange(std::string_view text)
     return marks;
 }
 
+std::expected<Draft, std::string> readDraft(std::string_view text)
+{
+    constexpr std::size_t mostRecipients = 100;
+    const Json body = Json::parse(text, nullptr, false);
+    if (body.is_discarded())
+        return std::unexpected("The body is not JSON.");
+    if (!body.is_object() || body.size() != 3 || !body.contains("to") || !body.contains("subject")
+        || !body.contains("text"))
+        return std::unexpected("The body has to be an object with \"to\", \"subject\" and \"text\".");
+    const Json& to = body["to"];
+    const auto isAddress = [](const Json& entry) {
+        return entry.is_string() && !entry.get_ref<const std::string&>().empty();
+    };
+    if (!to.is_array() || to.empty() || to.size() > mostRecipients || !std::ranges::all_of(to, isAddress))
+        return std::unexpected("The field \"to\" has to be a list of addresses.");
+    if (!body["subject"].is_string() || !body["text"].is_string())
+        return std::unexpected("The fields \"subject\" and \"text\" have to be texts.");
+    return Draft{to.get<std::vector<std::string>>(), body["subject"].get<std::string>(),
+        body["text"].get<std::string>()};
+}
+
 } // namespace LumoSuite

@@ -25,4 +25,10 @@ std::string errorText(std::string_view message);
 /// Errors: a sentence that says what is wrong with the text.
 std::expected<MarkChange, std::string> readMarkChange(std::string_view text);
 
+/// Reads a message to send: an object with "to", a list of one to a hundred texts that are not empty, and the texts
+/// "subject" and "text", and no other field.
+///
+/// Errors: a sentence that says what is wrong with the text.
+std::expected<Draft, std::string> readDraft(std::string_view text);
+
 } // namespace LumoSuite

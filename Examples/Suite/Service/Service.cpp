@@ -250,7 +250,7 @@ struct Service::Native {
         }
     };
 
-    static const std::array<Route, 7> routes;
+    static const std::array<Route, 8> routes;
 
     PageFiles pages;
     Mailbox mailbox;
@@ -286,15 +286,17 @@ struct Service::Native {
     Response listConversations(const Request& request);
     Response showConversation(const Request& request);
     Response changeConversation(const Request& request);
+    Response beginConversation(const Request& request);
 };
 
 // The whole of what the service answers. HEAD goes where GET goes; the first route that fits is taken.
-constinit const std::array<Service::Native::Route, 7> Service::Native::routes{
+constinit const std::array<Service::Native::Route, 8> Service::Native::routes{
     Route{"GET", "/", Reach::exact, &Native::toStart},
     Route{"GET", "/start", Reach::exact, &Native::toInbox},
     Route{"GET", "/inbox", Reach::exact, &Native::toInbox},
     Route{"GET", "/inbox/", Reach::below, &Native::page},
     Route{"GET", "/api/conversations", Reach::exact, &Native::listConversations},
+    Route{"POST", "/api/conversations", Reach::exact, &Native::beginConversation},
     Route{"GET", "/api/conversations/", Reach::below, &Native::showConversation},
     Route{"POST", "/api/conversations/", Reach::below, &Native::changeConversation},
 };
@@ -441,6 +443,17 @@ Response Service::Native::changeConversation(const Request& request)
     if (!marks)
         return failure(SOUP_STATUS_BAD_REQUEST, marks.error());
     return json(recordText(*mailbox.change(request.rest, *marks)));
+}
+
+Response Service::Native::beginConversation(const Request& request)
+{
+    const auto draft = readDraft(request.body);
+    if (!draft)
+        return failure(SOUP_STATUS_BAD_REQUEST, draft.error());
+    const Conversation* begun =
+        mailbox.begin(*draft, std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()));
+    return begun ? json(recordText(*begun))
+                 : failure(SOUP_STATUS_INSUFFICIENT_STORAGE, "There are too many conversations.");
 }
 
 Service::Service(std::unique_ptr<Native> started)

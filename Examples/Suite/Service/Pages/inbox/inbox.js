@@ -26,6 +26,8 @@
         failed: false,
         reportedUnread: null,
         undo: null,
+        drafts: [], // the last one is written, while `composing`; the others wait
+        composing: false,
     };
 
     // ---------------------------------------------------------------------------------------------- native host
@@ -98,6 +100,15 @@
         renderAll();
     }
 
+    async function send(draft) {
+        const answer = await fetchJson('/api/conversations', {
+            method: 'POST',
+            headers: { 'Content-Type': 'application/json' },
+            body: JSON.stringify({ to: addresses(draft.to), subject: draft.subject.trim(), text: draft.body }),
+        });
+        state.conversations.unshift({ ...answer, receivedAt: new Date(answer.receivedAt) });
+    }
+
     async function loadMessages(conversation) {
         try {
             const answer = await fetchJson(conversationPath(conversation.id));
@@ -116,6 +127,7 @@
     // ---------------------------------------------------------------------------------------------- local state
 
     const find = (id) => state.conversations.find((item) => item.id === id) ?? null;
+    const allLabels = () => [...new Set(state.conversations.map((item) => item.label))].filter(Boolean).sort();
     const unreadCount = () => state.conversations.filter((item) => item.unread && !item.done).length;
 
     // Letters that have no accent to take away, but are typed without their stroke all the same.
@@ -191,6 +203,7 @@
         const wasUnread = conversation.unread;
         state.open = conversation.id;
         state.cursor = conversation.id;
+        state.composing = false;
         if (wasUnread)
             change(conversation, { unread: false });
         if (!state.messages.get(conversation.id)) {
@@ -267,6 +280,81 @@
     }
 
     const current = () => find(state.open) ?? find(state.cursor);
+
+    // -------------------------------------------------------------------------------------------------- writing
+
+    const fields = ['to', 'subject', 'body'];
+    const addresses = (text) => text.split(',').map((address) => address.trim()).filter(Boolean);
+
+    function compose(draft) {
+        state.drafts.push(draft);
+        state.composing = true;
+        renderAll();
+        post('composeOpened', { to: addresses(draft.to), subject: draft.subject });
+        // Whatever is filled in already is passed over.
+        const first = fields.find((name) => !draft[name]) ?? 'body';
+        element(`compose-${first}`).focus();
+        if (first === 'body')
+            element('compose-body').setSelectionRange(draft.body.length, draft.body.length);
+    }
+
+    // Goes on with what was begun last, or begins.
+    function write() {
+        if (!state.drafts.length)
+            return compose({ to: '', subject: '', body: '' });
+        state.composing = true;
+        renderAll();
+        element('compose-body').focus();
+    }
+
+    function leaveDraft() {
+        // A draft without a word is none.
+        state.drafts = state.drafts.filter((draft) => fields.some((name) => draft[name].trim()));
+        state.composing = false;
+        element('reader').focus();
+        renderAll();
+    }
+
+    function dropDraft(draft) {
+        state.drafts = state.drafts.filter((other) => other !== draft);
+        state.composing = state.composing && state.drafts.length > 0;
+        renderAll();
+    }
+
+    function discardDraft() {
+        const draft = state.drafts.at(-1);
+        dropDraft(draft);
+        showToast('Message discarded', () => {
+            state.drafts.push(draft);
+            state.composing = true;
+            renderAll();
+        });
+    }
+
+    async function sendDraft() {
+        const draft = state.drafts.at(-1);
+        if (draft.sending)
+            return;
+        draft.problem = addresses(draft.to).length ? '' : 'Whom is it for?';
+        if (draft.problem) {
+            renderCompose();
+            element('compose-to').focus();
+            return;
+        }
+        draft.sending = true;
+        renderCompose();
+        try {
+            await send(draft);
+            post('mailSent', draft.subject);
+            dropDraft(draft);
+            showToast('Message sent');
+        } catch (error) {
+            report(error.message, '/api/conversations');
+            draft.problem = 'The message could not be sent. It is kept here.';
+        }
+        draft.sending = false;
+        renderCompose();
+    }
 
     // ------------------------------------------------------------------------------------------------- building
 
@@ -380,7 +468,7 @@
             const strong = view === 'inbox';
             return makeFolder(view, title, makeIcon(icon), strong ? unreadCount() : count(view), strong);
         }));
-        const labels = [...new Set(state.conversations.map((item) => item.label))].sort();
+        const labels = allLabels();
         element('labels').replaceChildren(...labels.map((label) => {
             const view = `label:${label}`;
             return makeFolder(view, label, make('span', `label-dot ${labelTone(label)}`), count(view), false);
@@ -392,7 +480,7 @@
 
     // Labels take their tones in turn, so that no two of the first eight look alike.
     function labelTone(label) {
-        const labels = [...new Set(state.conversations.map((item) => item.label))].sort();
+        const labels = allLabels();
         return `tone-${Math.max(labels.indexOf(label), 0) % toneCount}`;
     }
 
@@ -557,12 +645,13 @@
 
     function renderReader() {
         const conversation = find(state.open);
-        element('reader-empty').hidden = conversation !== null;
-        element('reader-content').hidden = conversation === null;
+        element('reader-empty').hidden = conversation !== null || state.composing;
+        element('reader-content').hidden = conversation === null || state.composing;
         if (!conversation)
             return;
         element('subject').textContent = conversation.subject;
         element('subject-label').textContent = conversation.label;
+        element('subject-label').hidden = !conversation.label;
         element('subject-label').className = `chip ${labelTone(conversation.label)}`;
         element('done-text').textContent = conversation.done ? 'Move to inbox' : 'Done';
         element('done-button').title = conversation.done ? 'Move to the inbox (e)' : 'Done (e)';
@@ -575,11 +664,35 @@
             renderMessages(conversation);
     }
 
+    function renderCompose() {
+        const draft = state.drafts.at(-1);
+        const button = element('write-button');
+        element('compose').hidden = !state.composing;
+        element('write-count').textContent = state.drafts.length || '';
+        if (state.composing)
+            button.setAttribute('aria-current', 'page');
+        else
+            button.removeAttribute('aria-current');
+        if (!state.composing)
+            return;
+        for (const name of fields) {
+            const field = element(`compose-${name}`);
+            if (field.value !== draft[name])
+                field.value = draft[name];
+        }
+        element('compose-problem').textContent = draft.problem ?? '';
+        element('compose-problem').hidden = !draft.problem;
+        element('compose').querySelector('[type=submit]').disabled = Boolean(draft.sending);
+        const others = state.drafts.length - 1;
+        element('draft-position').textContent = others ? `${plural(others, 'other', 'others')} waiting` : '';
+    }
+
     function renderAll() {
         renderFolders();
         renderOwner();
         renderList();
         renderReader();
+        renderCompose();
         reportUnread();
     }
 
@@ -635,6 +748,7 @@
         e: withCurrent(toggleDone),
         s: withCurrent(toggleStar),
         u: withCurrent(markUnread),
+        c: write,
         z: undo,
         '/': () => {
             element('search').focus();
@@ -644,6 +758,8 @@
         Escape: () => {
             if (state.query)
                 setQuery('');
+            else if (state.composing)
+                leaveDraft();
             else if (state.open) {
                 state.open = null;
                 renderAll();
@@ -667,10 +783,20 @@
         event.preventDefault();
     }
 
+    function composeKey(event) {
+        if (event.key === 'Escape')
+            leaveDraft();
+        else if (event.key === 'Enter' && (event.ctrlKey || event.metaKey))
+            sendDraft();
+        else
+            return;
+        event.preventDefault();
+    }
+
     function pageKey(event) {
         if (event.defaultPrevented || event.ctrlKey || event.metaKey || event.altKey || element('keys').open)
             return;
-        if (event.target === element('search'))
+        if (event.target === element('search') || element('compose').contains(event.target))
             return;
         const action = (event.target === element('list') && listKeys[event.key]) || keys[event.key];
         if (!action)
@@ -704,6 +830,19 @@
             if (view)
                 setView(view);
         });
+        for (const name of fields) {
+            element(`compose-${name}`).addEventListener('input', (event) => {
+                state.drafts.at(-1)[name] = event.target.value;
+            });
+        }
+        element('compose').addEventListener('keydown', composeKey);
+        element('compose').addEventListener('submit', (event) => {
+            event.preventDefault();
+            sendDraft();
+        });
+        onClick('write-button', write);
+        onClick('discard-button', discardDraft);
+        onClick('leave-button', leaveDraft);
         onClick('list', listClick);
         onClick('retry', loadList);
         onClick('done-button', withCurrent(toggleDone));
@@ -736,6 +875,11 @@
                 return null;
             toggleDone(conversation);
             return conversation.subject;
+        },
+
+        // Begins a message; what was begun before waits until this one is sent or put away.
+        compose({ to, subject, body } = {}) {
+            compose({ to: [...to ?? []].join(', '), subject: String(subject ?? ''), body: String(body ?? '') });
         },
 
         // Searches the present view, where an empty text shows all of it; answers how many are shown.
