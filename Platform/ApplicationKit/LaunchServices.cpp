@@ -121,9 +121,8 @@ std::expected<void, Error> LaunchServices::setDefaultHandler(std::string_view fo
 
 std::optional<std::string> LaunchServices::defaultHandler(std::string_view forURLScheme)
 {
-    const auto entry =
-        ObjectPtr<GAppInfo>::adopt(g_app_info_get_default_for_type(
-            contentType(inLowerCase(forURLScheme)).c_str(), FALSE));
+    const auto entry = ObjectPtr<GAppInfo>::adopt(
+        g_app_info_get_default_for_type(contentType(inLowerCase(forURLScheme)).c_str(), FALSE));
     const char* name = entry ? g_app_info_get_id(entry.get()) : nullptr;
     if (!name)
         return std::nullopt;

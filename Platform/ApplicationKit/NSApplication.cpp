@@ -1,6 +1,5 @@
-#include "NSApplicationNative.h"
-
 #include "CommandLineLinks.h"
+#include "NSApplicationNative.h"
 
 #include <LumoKit/Platform/Dispatch/DispatchQueue.h>
 #include <LumoKit/Platform/Dispatch/MainThread.h>
@@ -36,8 +35,9 @@ constexpr const char* effectiveAppearanceKey = "effectiveAppearance";
 /// What this process was started for. GTK takes the token out of the environment when it connects to the display.
 detail::StartRequest startRequest()
 {
-    detail::StartRequest request{detail::linksOn(
-        readFile("/proc/self/cmdline").value_or(std::string()), Bundle::main().urlSchemes()), {}};
+    detail::StartRequest request{
+        detail::linksOn(readFile("/proc/self/cmdline").value_or(std::string()), Bundle::main().urlSchemes()),
+        {}};
     for (const char* variable : {"XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID"})
         if (const char* token = std::getenv(variable); token && *token && isUTF8(token)) {
             request.activationToken = token;
@@ -90,8 +90,7 @@ void NSApplication::Native::becameKey(const NSWindow& window)
         std::rotate(place, place + 1, onScreen.end());
 }
 
-void NSApplication::Native::becomeTheOne(
-    const std::string& identifier, const detail::StartRequest& request)
+void NSApplication::Native::becomeTheOne(const std::string& identifier, const detail::StartRequest& request)
 {
     instance.emplace(identifier, [this](const detail::StartRequest& further) {
         const auto answer = take(further);

@@ -49,7 +49,8 @@ struct NSApplication::Native {
     std::string shown; // the name of the appearance that windows and pages have
     std::weak_ptr<NSApplicationDelegate> delegate;
     std::vector<std::weak_ptr<NSWindow>> windows; // all, in the order in which they were made
-    std::vector<std::shared_ptr<NSWindow>> onScreen; // kept while they are; the one that was used last at the end
+    std::vector<std::shared_ptr<NSWindow>>
+        onScreen; // kept while they are; the one that was used last at the end
     std::optional<detail::SingleInstance> instance; // in a bundle
     bool reopening = false; // soon
     GMainLoop* loop = nullptr; // while running

@@ -72,8 +72,9 @@ SingleInstance::SingleInstance(std::string identifier, Handler handler)
     // Before the name is owned: whoever finds the name finds the object.
     static constexpr GDBusInterfaceVTable calls{
         +[](GDBusConnection*, const char*, const char*, const char*, const char* method, GVariant* parameters,
-             GDBusMethodInvocation* call,
-             gpointer data) noexcept { static_cast<SingleInstance*>(data)->answer(method, parameters, call); },
+             GDBusMethodInvocation* call, gpointer data) noexcept {
+            static_cast<SingleInstance*>(data)->answer(method, parameters, call);
+        },
         nullptr, nullptr, {}};
     const std::unique_ptr<GDBusNodeInfo, FreedBy<g_dbus_node_info_unref>> node(
         g_dbus_node_info_new_for_xml(description, nullptr));
@@ -110,9 +111,10 @@ bool SingleInstance::own()
     constexpr guint32 doNotQueue = 4;
     constexpr guint32 owned = 1;
     constexpr guint32 taken = 3;
-    const Variant reply(g_dbus_connection_call_sync(bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
-        "org.freedesktop.DBus", "RequestName", g_variant_new("(su)", identifier.c_str(), doNotQueue),
-        G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
+    const Variant reply(
+        g_dbus_connection_call_sync(bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
+            "org.freedesktop.DBus", "RequestName", g_variant_new("(su)", identifier.c_str(), doNotQueue),
+            G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
     guint32 outcome = owned; // a bus that does not give names leaves everybody alone
     if (reply)
         g_variant_get(reply.get(), "(u)", &outcome);
@@ -134,8 +136,9 @@ SingleInstance::Sent SingleInstance::send(const StartRequest& request)
         parameters = g_variant_new("(as@a{sv})", &links, platformData(request.activationToken));
     }
     GErrorPtr error;
-    const Variant reply(g_dbus_connection_call_sync(bus.get(), identifier.c_str(), path.c_str(), interfaceName,
-        method, parameters, nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, nullptr, error.out()));
+    const Variant reply(
+        g_dbus_connection_call_sync(bus.get(), identifier.c_str(), path.c_str(), interfaceName, method,
+            parameters, nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, nullptr, error.out()));
     if (reply)
         return Sent::taken;
     // One that does not answer in time has it all the same, and gets to it when it can.

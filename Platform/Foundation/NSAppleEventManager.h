@@ -56,7 +56,8 @@ private:
     using Kind = std::pair<FourCharCode, FourCharCode>; // class and ID
     struct EventHandler {
         std::weak_ptr<void> target;
-        std::function<void(const NSAppleEventDescriptor&, NSAppleEventDescriptor&)> call; // while the target lives
+        std::function<void(const NSAppleEventDescriptor&, NSAppleEventDescriptor&)>
+            call; // while the target lives
     };
     struct Queue {
         EventHandler handler;

@@ -36,8 +36,7 @@ std::string HelpRequestInfo::macOsVersion()
     return ProcessInfo::operatingSystemVersionString();
 }
 
-void HelpRequestInfo::append(
-    std::string& text, char separator, std::string_view name, std::string_view value)
+void HelpRequestInfo::append(std::string& text, char separator, std::string_view name, std::string_view value)
 {
     const auto encodedName = addingPercentEncodingToAllButAlphanumerics(name);
     const auto encodedValue = addingPercentEncodingToAllButAlphanumerics(value);

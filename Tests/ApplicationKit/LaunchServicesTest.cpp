@@ -54,9 +54,11 @@ TEST_F(LaunchServicesTest, TakesThePlaceOfAnotherApplication)
 {
     fs::create_directories(entry().parent_path());
     std::ofstream(entry().parent_path() / "com.example.other.desktop")
-        << "[Desktop Entry]\nType=Application\nName=Other\nExec=/bin/true %u\nMimeType=x-scheme-handler/mailto;\n";
+        << "[Desktop Entry]\nType=Application\nName=Other\nExec=/bin/true "
+           "%u\nMimeType=x-scheme-handler/mailto;\n";
     std::ofstream(folder / "config" / "mimeapps.list")
-        << "[Default Applications]\nx-scheme-handler/mailto=com.example.other.desktop\ntext/plain=mine.desktop\n";
+        << "[Default "
+           "Applications]\nx-scheme-handler/mailto=com.example.other.desktop\ntext/plain=mine.desktop\n";
     ASSERT_EQ(run(host(), {"--default", "mailto"}).output, "com.example.other\n");
     EXPECT_TRUE(registerHost("mailto"));
     EXPECT_EQ(run(host(), {"--default", "mailto"}).output, "com.example.LinkHost\n");
@@ -67,7 +69,8 @@ TEST_F(LaunchServicesTest, SaysWhenTheDesktopKeepsAnother)
 {
     fs::create_directories(entry().parent_path());
     std::ofstream(entry().parent_path() / "com.example.other.desktop")
-        << "[Desktop Entry]\nType=Application\nName=Other\nExec=/bin/true %u\nMimeType=x-scheme-handler/mailto;\n";
+        << "[Desktop Entry]\nType=Application\nName=Other\nExec=/bin/true "
+           "%u\nMimeType=x-scheme-handler/mailto;\n";
     // What a desktop of this name prefers counts more than what the user has in all desktops.
     ::setenv("XDG_CURRENT_DESKTOP", "Stubborn", 1);
     std::ofstream(folder / "config" / "stubborn-mimeapps.list")
@@ -91,7 +94,8 @@ TEST_F(LaunchServicesTest, WritesTheEntryAnewWhenItStartsAnotherProgramOrKnowsTo
     ASSERT_TRUE(registerHost("mailto"));
     const std::string right = entryText();
     for (const char* wrong :
-        {"Exec=/bin/true %u\nMimeType=x-scheme-handler/lumotest;x-scheme-handler/mailto;\n", "Exec=", "\xff\xfe"}) {
+        {"Exec=/bin/true %u\nMimeType=x-scheme-handler/lumotest;x-scheme-handler/mailto;\n",
+            "Exec=", "\xff\xfe"}) {
         writeInPlace(entry(), std::string("[Desktop Entry]\nType=Application\nName=Old\n") + wrong);
         EXPECT_TRUE(registerHost("lumotest"));
         EXPECT_EQ(entryText(), right) << wrong;
@@ -145,8 +149,9 @@ TEST_P(OddPath, IsStartedByTheDesktop)
 }
 
 INSTANTIATE_TEST_SUITE_P(LaunchServicesTest, OddPath,
-    testing::Values("with a space", "quotes ' and \"", "back\\slash", "$HOME `id` $(id)", "a;b&c|d<e>f*g?h#i~j(k)",
-        "percent %u %% %", "equal=sign", "line\nfeed\tand tab", "Füße ✓", "ends with \\"));
+    testing::Values("with a space", "quotes ' and \"", "back\\slash", "$HOME `id` $(id)",
+        "a;b&c|d<e>f*g?h#i~j(k)", "percent %u %% %", "equal=sign", "line\nfeed\tand tab", "Füße ✓",
+        "ends with \\"));
 
 TEST(DesktopEntry, QuotesAsItsSpecificationSays)
 {
@@ -163,7 +168,8 @@ TEST(DesktopEntry, QuotesAsItsSpecificationSays)
 TEST(DesktopEntry, HoldsNameAndSchemes)
 {
     EXPECT_EQ(detail::desktopEntry(" A\\B\nExec=/bin/false", "/p", {"a", "b-c"}),
-        "[Desktop Entry]\nType=Application\nName=\\sA\\\\B\\nExec=/bin/false\nExec=\"/p\" %U\nStartupNotify=true\n"
+        "[Desktop Entry]\nType=Application\nName=\\sA\\\\B\\nExec=/bin/false\nExec=\"/p\" "
+        "%U\nStartupNotify=true\n"
         "MimeType=x-scheme-handler/a;x-scheme-handler/b-c;\n");
 }
 
@@ -171,8 +177,10 @@ TEST(CommandLineLinks, AreArgumentsThatBeginWithAScheme)
 {
     using namespace std::string_view_literals;
     const Texts schemes{"mailto", "lumo+1"};
-    EXPECT_EQ(detail::linksOn("mailto:program\0mailto:a\0--page\0https://b\0MAILTO:c\0lumo+1://d\0lumo:e\0mailto\0\0f\0"sv,
-                  schemes),
+    EXPECT_EQ(
+        detail::linksOn(
+            "mailto:program\0mailto:a\0--page\0https://b\0MAILTO:c\0lumo+1://d\0lumo:e\0mailto\0\0f\0"sv,
+            schemes),
         (Texts{"mailto:a", "MAILTO:c", "lumo+1://d"}));
     EXPECT_EQ(detail::linksOn("program\0mailto:no end"sv, schemes), Texts{"mailto:no end"});
     EXPECT_EQ(detail::linksOn("program\0mailto:\xff\0 mailto:a\0:\0"sv, schemes), Texts{});

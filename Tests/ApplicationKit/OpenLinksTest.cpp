@@ -1,7 +1,5 @@
 // Links that are opened anywhere in the desktop, and the one instance of an application that they reach.
 
-#include <LumoKit/Platform/ApplicationKit/NSApplication.h>
-#include <LumoKit/Platform/ApplicationKit/NSWindow.h>
 #include <LumoKit/Platform/Foundation/NSAppleEventManager.h>
 
 #include <Support/LinkSession.h>
@@ -49,9 +47,9 @@ public:
         g_variant_builder_init(&texts, G_VARIANT_TYPE_STRING_ARRAY);
         for (const auto& link : links)
             g_variant_builder_add(&texts, "s", link.c_str());
-        g_dbus_connection_call(bus, "com.example.LinkHost", "/com/example/LinkHost",
-            "org.freedesktop.Application", "Open", g_variant_new("(asa{sv})", &texts, nullptr), nullptr,
-            G_DBUS_CALL_FLAGS_NONE, 60'000, nullptr,
+        g_dbus_connection_call(
+            bus, "com.example.LinkHost", "/com/example/LinkHost", "org.freedesktop.Application", "Open",
+            g_variant_new("(asa{sv})", &texts, nullptr), nullptr, G_DBUS_CALL_FLAGS_NONE, 60'000, nullptr,
             +[](GObject* source, GAsyncResult* result, gpointer self) {
                 GError* error = nullptr;
                 GVariant* reply = g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, &error);
@@ -108,7 +106,9 @@ TEST_F(OpenLinks, ReachTheMailHandlerOfARunningApplication)
     setMode("mail");
     ASSERT_TRUE(registerHost("mailto"));
     ASSERT_TRUE(startHost());
-    EXPECT_EQ(run("gio", {"open", "mailto:ada@example.com,bob@example.com?subject=Tea%20now&body=At+five"}).status, 0);
+    EXPECT_EQ(
+        run("gio", {"open", "mailto:ada@example.com,bob@example.com?subject=Tea%20now&body=At+five"}).status,
+        0);
     EXPECT_EQ(reported("mail "), Texts{"ada@example.com bob@example.com | Tea now | At+five"});
     EXPECT_EQ(run(sender(), {"mailto:nobody?subject=%E2%9C%93"}).status, 0);
     EXPECT_EQ(reported("mail "), Texts{"(none) | ✓ | (none)"});
@@ -188,7 +188,8 @@ TEST_F(OpenLinks, StartTheApplicationThroughTheBus)
 TEST_F(OpenLinks, AreTakenAsTheyStand)
 {
     ASSERT_TRUE(startHost());
-    const Texts odd{"MailTo:ADA@example.com?subject=a b", "lumotest:%zz\"'$(x)\\", "lumotest:Füße ✓", "lumotest:"};
+    const Texts odd{
+        "MailTo:ADA@example.com?subject=a b", "lumotest:%zz\"'$(x)\\", "lumotest:Füße ✓", "lumotest:"};
     EXPECT_EQ(run(host(), odd).status, 0);
     EXPECT_EQ(reported("link ", 4), odd);
     Caller caller;
@@ -198,8 +199,9 @@ TEST_F(OpenLinks, AreTakenAsTheyStand)
 
 TEST_F(OpenLinks, LeaveOtherArgumentsToTheHost)
 {
-    start(host(), {"--page", "https://example.com/", "lumotestament:1", "mailto", "lumotest\xff:2", "lumotest:3\xff",
-                      "-lumotest:4", "lumotest:5"});
+    start(host(),
+        {"--page", "https://example.com/", "lumotestament:1", "mailto", "lumotest\xff:2", "lumotest:3\xff",
+            "-lumotest:4", "lumotest:5"});
     EXPECT_EQ(reported("link "), Texts{"lumotest:5"});
     EXPECT_EQ(run(host(), {"--page", "https://example.com/"}).status, 0); // starts it once more, for nothing
     EXPECT_EQ(reported("reopened").size(), 1U);
@@ -216,7 +218,8 @@ TEST_F(OpenLinks, WaitForAHandler)
     EXPECT_EQ(run(host(), {"lumotest:fourth"}).status, 0);
     EXPECT_EQ(run(host(), {}).status, 0); // now it has one
     EXPECT_EQ(reported("reopened").size(), 1U);
-    EXPECT_EQ(reported("link ", 4), (Texts{"lumotest:first", "lumotest:second", "lumotest:third", "lumotest:fourth"}));
+    EXPECT_EQ(reported("link ", 4),
+        (Texts{"lumotest:first", "lumotest:second", "lumotest:third", "lumotest:fourth"}));
     EXPECT_EQ(run(host(), {"lumotest:fifth"}).status, 0);
     EXPECT_EQ(reported("link "), Texts{"lumotest:fifth"});
 }
@@ -304,22 +307,9 @@ TEST_F(OpenLinks, DoNotEndTheApplicationWithTheBus)
     const auto started = reported("started ");
     ASSERT_EQ(started.size(), 1U);
     bus.reset();
-    ASSERT_EQ(::kill(std::stoi(started.front()), SIGTERM), 0); // its main loop runs, else it would not report that
+    ASSERT_EQ(
+        ::kill(std::stoi(started.front()), SIGTERM), 0); // its main loop runs, else it would not report that
     EXPECT_EQ(reported("ending").size(), 1U);
-}
-
-TEST_F(OpenLinks, LetASecondStartBringTheWindowToTheFront)
-{
-    setMode("window");
-    ASSERT_TRUE(startHost());
-    ASSERT_EQ(reported("key").size(), 1U);
-    const auto other = NSWindow::create({{300, 300}, {100, 100}});
-    other->makeKeyAndOrderFront();
-    ASSERT_TRUE(waitUntil([&] { return other->isKeyWindow(); }));
-    ASSERT_EQ(reported("not key").size(), 1U);
-    EXPECT_EQ(run(host(), {}).status, 0);
-    EXPECT_EQ(reported("reopened with windows").size(), 1U);
-    EXPECT_EQ(reported("key").size(), 1U);
 }
 
 } // namespace

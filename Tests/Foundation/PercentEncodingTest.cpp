@@ -48,7 +48,8 @@ TEST(PercentEncoding, TakesAMegabyteOfText)
 
 TEST(PercentEncoding, KeepsLettersMarksAndDigitsOfAnyScript)
 {
-    for (const auto text : {"Az09"sv, "\u00FC"sv, "e\u0301"sv, "\u6F22"sv, "\u0663"sv, "\U0001D7D8"sv, "\U00010400"sv, "\u0903"sv, ""sv})
+    for (const auto text : {"Az09"sv, "\u00FC"sv, "e\u0301"sv, "\u6F22"sv, "\u0663"sv, "\U0001D7D8"sv,
+             "\U00010400"sv, "\u0903"sv, ""sv})
         EXPECT_EQ(addingPercentEncodingToAllButAlphanumerics(text), text);
     EXPECT_EQ(addingPercentEncodingToAllButAlphanumerics("a-._~ b%\n\0"sv), "a%2D%2E%5F%7E%20b%25%0A%00");
     EXPECT_EQ(addingPercentEncodingToAllButAlphanumerics("\u20AC\U0001F600\u00B2\u00BD\u2167\u200D"),

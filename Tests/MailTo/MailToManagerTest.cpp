@@ -37,7 +37,10 @@ protected:
         EXPECT_EQ(reply, NSAppleEventDescriptor());
     }
     /// A link with a subject arrives.
-    void receive(const std::string& subject) const { receive(event("mailto:ada@example.com?subject=" + subject)); }
+    void receive(const std::string& subject) const
+    {
+        receive(event("mailto:ada@example.com?subject=" + subject));
+    }
 
     /// What is printed meanwhile.
     template <class Act> static std::string printed(const Act& act)
@@ -98,7 +101,8 @@ TEST_F(MailToManagerTest, PrintsALineForWhatIsNoMailLink)
     receive("kept");
     manager->handleMailTo(accepting({}));
     offered.clear();
-    for (const std::string link : {"http://example.com/", "MAILTO:ada@example.com", "", "mailto:a b", "mailto:\xff"})
+    for (const std::string link :
+        {"http://example.com/", "MAILTO:ada@example.com", "", "mailto:a b", "mailto:\xff"})
         EXPECT_EQ(printed([&] { receive(event(link)); }), "mailto link is invalid\n") << link;
     EXPECT_EQ(unhandled(), Texts{"kept"});
     EXPECT_EQ(offered, Texts{}); // nothing is offered again for them

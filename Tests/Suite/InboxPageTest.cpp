@@ -25,9 +25,8 @@ protected:
         auto started = LumoSuite::Service::start({.pages = LUMO_SERVICE_PAGES});
         ASSERT_TRUE(started) << started.error();
         service = std::move(*started);
-        for (const char* name :
-            {"inboxReady", "unreadCount", "conversationOpened", "conversationDone", "composeOpened", "mailSent",
-                "shown", "pageError"})
+        for (const char* name : {"inboxReady", "unreadCount", "conversationOpened", "conversationDone",
+                 "composeOpened", "mailSent", "shown", "pageError"})
             configuration->userContentController()->add(messages, name);
         view = ProxyWebView::create(configuration);
         view->navigationHandler = [this](NavigationType type, const URL& url) {
@@ -116,9 +115,10 @@ TEST_F(InboxPage, BeginsTheMailsThatItIsGivenAndSendsThem)
     ASSERT_TRUE(awaited("inboxReady"));
     WebViewJavascriptExecutor executor(view);
     // What the fields of the mail show, and whether they can be seen.
-    const char* show = "webkit.messageHandlers.shown.postMessage([...['to', 'subject', 'body'].map(name => "
-                       "document.getElementById('compose-' + name).value), document.getElementById('draft-position')"
-                       ".textContent, !document.getElementById('compose').hidden]); undefined";
+    const char* show =
+        "webkit.messageHandlers.shown.postMessage([...['to', 'subject', 'body'].map(name => "
+        "document.getElementById('compose-' + name).value), document.getElementById('draft-position')"
+        ".textContent, !document.getElementById('compose').hidden]); undefined";
     executor.execute("LumoInbox.compose({to: ['ada@example.com', 'bob@example.com'], subject: 'First', "
                      "body: 'Line\\n<b>line</b>'})");
     ASSERT_TRUE(awaited("composeOpened"));

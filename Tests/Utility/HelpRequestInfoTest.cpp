@@ -42,7 +42,8 @@ TEST(HelpRequestInfo, TellsOfTheSystem)
 TEST(HelpRequestInfo, GivesTheAddressItselfWithoutFields)
 {
     EXPECT_EQ(prefilled({}), "https://forms.example/help");
-    EXPECT_EQ(HelpRequestInfo::prefillAirtableURL(url("https://forms.example/?a#b"), {}), url("https://forms.example/?a#b"));
+    EXPECT_EQ(HelpRequestInfo::prefillAirtableURL(url("https://forms.example/?a#b"), {}),
+        url("https://forms.example/?a#b"));
 }
 
 TEST(HelpRequestInfo, AppendsAField)
@@ -56,14 +57,16 @@ TEST(HelpRequestInfo, EncodesEverythingButLettersAndDigits)
 {
     EXPECT_EQ(prefilled({{"os_version", "a b"}}), "https://forms.example/help?prefill_os%5Fversion=a%20b");
     EXPECT_EQ(prefilled({{"a", "Az09-._~&=?#/%+\n"}, {std::string("\0", 1), "\u2713"}}),
-        "https://forms.example/help?prefill_a=Az09%2D%2E%5F%7E%26%3D%3F%23%2F%25%2B%0A&prefill_%00=%E2%9C%93");
+        "https://forms.example/"
+        "help?prefill_a=Az09%2D%2E%5F%7E%26%3D%3F%23%2F%25%2B%0A&prefill_%00=%E2%9C%93");
 }
 
 TEST(HelpRequestInfo, KeepsTheOrderOfTheMap)
 {
     EXPECT_EQ(prefilled({{"b", "1"}, {"a", "2"}, {"c", "3"}}),
         "https://forms.example/help?prefill_b=1&prefill_a=2&prefill_c=3");
-    EXPECT_EQ(HelpRequestInfo::prefillAirtableURL(url("https://forms.example/help"), {{"b", "1"}, {"a", "2"}}),
+    EXPECT_EQ(
+        HelpRequestInfo::prefillAirtableURL(url("https://forms.example/help"), {{"b", "1"}, {"a", "2"}}),
         url("https://forms.example/help?prefill_a=2&prefill_b=1")); // as std::map has it
 }
 

@@ -103,8 +103,10 @@ std::function<void()> openLink(std::string link)
 
 constexpr const char* mailLink =
     "mailto:maya.lindqvist@tarnfield.example,ines@example.net?subject=The%20harbour%20map%20is%20printed"
-    "&body=Dear%20both%2C%0A%0AThe%20proof%20came%20back%20this%20morning%2C%20and%20the%20crane%20stands%20where%20it"
-    "%20should.%20A%20copy%20lies%20on%20your%20desks.%0A%0AShall%20we%20walk%20the%20north%20quay%20with%20it%20on"
+    "&body=Dear%20both%2C%0A%0AThe%20proof%20came%20back%20this%20morning%2C%20and%20the%20crane%20stands%"
+    "20where%20it"
+    "%20should.%20A%20copy%20lies%20on%20your%20desks.%0A%0AShall%20we%20walk%20the%20north%20quay%20with%"
+    "20it%20on"
     "%20Friday%2C%20after%20lunch%3F%0A%0ARobin";
 
 Tour::Step closeWindow(const std::weak_ptr<InboxApplication>& application)

@@ -59,7 +59,8 @@ int main(int count, char** arguments)
     }
     const auto options = parse({arguments, static_cast<std::size_t>(count)});
     if (!options) {
-        std::fputs("usage: Inbox [--page URL] [--tour PICTURE] [LINK...]\n       Inbox --open-mail-links\n", stderr);
+        std::fputs(
+            "usage: Inbox [--page URL] [--tour PICTURE] [LINK...]\n       Inbox --open-mail-links\n", stderr);
         return 2;
     }
     auto& application = NSApplication::shared();

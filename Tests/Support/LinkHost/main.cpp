@@ -6,7 +6,7 @@
 //   LinkHost --facts              says what a request for help tells
 //
 // LINK_HOST_MODE: "late" has no handler of links before it is started a second time, "none" never; "mail" reads mail
-// links; "window" has a window; "slow" ends only when something is written to the file that LINK_HOST_GATE names.
+// links; "windows" has two windows and uses the first one last, "quiet" too, but leaves them where they are; "slow" ends only when something is written to the file that LINK_HOST_GATE names.
 
 #include <LumoKit/MailTo/MailToManager.h>
 #include <LumoKit/Platform/ApplicationKit/LaunchServices.h>
@@ -18,11 +18,13 @@
 #include <LumoKit/Utility/HelpRequestInfo.h>
 
 #include <fcntl.h>
+#include <gdk/gdkx.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <string>
 #include <string_view>
+#include <vector>
 
 using namespace LumoKit;
 
@@ -59,16 +61,20 @@ public:
                 std::string to;
                 for (const auto& recipient : mail.recipients.value_or(std::vector<std::string>{"(none)"}))
                     to += recipient + " ";
-                report("mail " + to + "| " + mail.subject.value_or("(none)") + " | " + mail.body.value_or("(none)"));
+                report("mail " + to + "| " + mail.subject.value_or("(none)") + " | "
+                    + mail.body.value_or("(none)"));
                 return true;
             });
         } else if (mode != "late" && mode != "none") {
             receiveLinks();
         }
-        if (mode == "window") {
-            window = NSWindow::create({{100, 100}, {200, 100}});
-            window->setDelegate(weak_from_this());
-            window->makeKeyAndOrderFront();
+        if (mode == "windows" || mode == "quiet") {
+            for (const char* title : {"first", "second"}) {
+                windows.push_back(NSWindow::create({{100, 100}, {200, 100}}));
+                windows.back()->setTitle(title);
+                windows.back()->setDelegate(weak_from_this());
+            }
+            windows.front()->makeKeyAndOrderFront();
         }
     }
 
@@ -93,13 +99,20 @@ private:
         report(hasVisibleWindows ? "reopened with windows" : "reopened");
         if (mode == "late")
             receiveLinks();
-        return true;
+        report("time " + std::to_string(gdk_x11_display_get_user_time(gdk_display_get_default())));
+        return mode != "quiet";
     }
-    void windowDidBecomeKey(NSWindow&) override { report("key"); }
-    void windowDidResignKey(NSWindow&) override { report("not key"); }
+    void windowDidBecomeKey(NSWindow& window) override
+    {
+        report("key " + window.title());
+        if (next < 2) // the second one, and the first one again
+            windows[next++ == 0 ? 1 : 0]->makeKeyAndOrderFront();
+    }
+    void windowDidResignKey(NSWindow& window) override { report("not key " + window.title()); }
 
     const std::string mode;
-    std::shared_ptr<NSWindow> window;
+    std::vector<std::shared_ptr<NSWindow>> windows;
+    std::size_t next = 0;
 };
 
 int answer(std::string_view question, const std::string& scheme)
