@@ -49,7 +49,8 @@ detail::StartRequest startRequest()
 /// Lets windows that are presented from now on come to the front, as the desktop has allowed whoever asks for it.
 void use(const std::string& activationToken)
 {
-    if (activationToken.empty())
+    constexpr std::size_t longest = 1000; // more than any desktop writes, and less than a display refuses
+    if (activationToken.empty() || activationToken.size() > longest)
         return;
     GdkDisplay* display = gdk_display_get_default();
 #ifdef GDK_WINDOWING_X11

@@ -35,8 +35,10 @@ std::optional<std::string> addingPercentEncodingToAllButAlphanumerics(std::strin
             encoded.append(bytes);
             continue;
         }
-        for (const unsigned char byte : bytes)
+        for (const char written : bytes) {
+            const auto byte = static_cast<unsigned char>(written);
             encoded.append({'%', digits[byte >> 4], digits[byte & 15]});
+        }
     }
     return encoded;
 }

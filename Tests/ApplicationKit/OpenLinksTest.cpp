@@ -41,7 +41,7 @@ public:
     Caller& operator=(const Caller&) = delete;
 
     /// Asks the host to open links. What the answer is, "accepted" or the name of an error, is added to `answers`.
-    void open(const Texts& links)
+    void open(const Texts& links, GVariant* platformData = nullptr)
     {
         GVariantBuilder texts;
         g_variant_builder_init(&texts, G_VARIANT_TYPE_STRING_ARRAY);
@@ -49,7 +49,9 @@ public:
             g_variant_builder_add(&texts, "s", link.c_str());
         g_dbus_connection_call(
             bus, "com.example.LinkHost", "/com/example/LinkHost", "org.freedesktop.Application", "Open",
-            g_variant_new("(asa{sv})", &texts, nullptr), nullptr, G_DBUS_CALL_FLAGS_NONE, 60'000, nullptr,
+            g_variant_new(
+                "(as@a{sv})", &texts, platformData ? platformData : g_variant_new_parsed("@a{sv} {}")),
+            nullptr, G_DBUS_CALL_FLAGS_NONE, 60'000, nullptr,
             +[](GObject* source, GAsyncResult* result, gpointer self) {
                 GError* error = nullptr;
                 GVariant* reply = g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, &error);
@@ -208,6 +210,21 @@ TEST_F(OpenLinks, LeaveOtherArgumentsToTheHost)
     EXPECT_EQ(reported("launched").size(), 1U);
     EXPECT_EQ(reported("started ").size(), 1U);
     EXPECT_THAT(rest(), IsEmpty());
+}
+
+TEST_F(OpenLinks, ArriveWhateverElseIsSaidOfThem)
+{
+    ASSERT_TRUE(startHost());
+    Caller caller;
+    const std::string endless(1 << 20, 'x');
+    caller.open({"lumotest:1"}, g_variant_new_parsed("{'activation-token': <%s>}", endless.c_str()));
+    caller.open(
+        {"lumotest:2"}, g_variant_new_parsed("{'activation-token': <7>, 'desktop-startup-id': <''>}"));
+    caller.open(
+        {"lumotest:3"}, g_variant_new_parsed("{'desktop-startup-id': <'\\n\"_TIMEx'>, 'other': <@as []>}"));
+    EXPECT_EQ(reported("link ", 3), (Texts{"lumotest:1", "lumotest:2", "lumotest:3"}));
+    EXPECT_EQ(run(host(), {}).status, 0);
+    EXPECT_EQ(reported("reopened").size(), 1U);
 }
 
 TEST_F(OpenLinks, WaitForAHandler)

@@ -58,6 +58,7 @@ TEST_F(SecondStart, LeavesTheWindowsWhereTheyAreIfTheDelegateWantsThat)
 
 TEST_F(SecondStart, HandsOverWithWhatTheDesktopLetsItComeToTheFront)
 {
+    setMode("time");
     ASSERT_TRUE(startHost());
     ::setenv("DESKTOP_STARTUP_ID", "test_TIME4242", 1);
     EXPECT_EQ(run(host(), {}).status, 0);

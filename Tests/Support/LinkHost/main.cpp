@@ -6,7 +6,9 @@
 //   LinkHost --facts              says what a request for help tells
 //
 // LINK_HOST_MODE: "late" has no handler of links before it is started a second time, "none" never; "mail" reads mail
-// links; "windows" has two windows and uses the first one last, "quiet" too, but leaves them where they are; "slow" ends only when something is written to the file that LINK_HOST_GATE names.
+// links; "windows" has two windows and uses the first one last, "quiet" too, but leaves them where they are; "time" tells
+// of the last interaction that the desktop knows of when it is started a second time; "slow" ends only when something
+// is written to the file that LINK_HOST_GATE names.
 
 #include <LumoKit/MailTo/MailToManager.h>
 #include <LumoKit/Platform/ApplicationKit/LaunchServices.h>
@@ -99,7 +101,8 @@ private:
         report(hasVisibleWindows ? "reopened with windows" : "reopened");
         if (mode == "late")
             receiveLinks();
-        report("time " + std::to_string(gdk_x11_display_get_user_time(gdk_display_get_default())));
+        if (mode == "time")
+            report("time " + std::to_string(gdk_x11_display_get_user_time(gdk_display_get_default())));
         return mode != "quiet";
     }
     void windowDidBecomeKey(NSWindow& window) override
