@@ -21,6 +21,7 @@
 
 #include <fcntl.h>
 #include <gdk/gdkx.h>
+#include <glib-unix.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -150,10 +151,17 @@ int main(int count, char** arguments)
     host->start();
     application.run();
     report("ending");
-    if (mode == "slow") {
-        const int gate = ::open(variable("LINK_HOST_GATE").c_str(), O_RDONLY | O_CLOEXEC);
-        char byte = 0;
-        [[maybe_unused]] const auto opened = ::read(gate, &byte, 1);
+    if (mode == "slow") { // its main loop runs on, as that of an alert would
+        bool open = false;
+        g_unix_fd_add(
+            ::open(variable("LINK_HOST_GATE").c_str(), O_RDONLY | O_CLOEXEC), G_IO_IN,
+            +[](int, GIOCondition, gpointer flag) -> gboolean {
+                *static_cast<bool*>(flag) = true;
+                return G_SOURCE_REMOVE;
+            },
+            &open);
+        while (!open)
+            g_main_context_iteration(nullptr, TRUE);
     }
     return 0;
 }
