@@ -88,9 +88,16 @@ std::expected<Entry, Error> entryOfThisApplication(const std::string& identifier
     if (!g_file_set_contents_full(file.c_str(), text.data(), static_cast<gssize>(text.size()),
             G_FILE_SET_CONTENTS_CONSISTENT, 0644, error.out()))
         return failure(error->message);
-    auto entry = Entry::adopt(g_desktop_app_info_new_from_filename(file.c_str()));
+    // GIO knows the entry when its watch of the folder, on a thread of its own, has seen the file: in less than a
+    // millisecond, mostly.
+    const gint64 end = g_get_monotonic_time() + G_USEC_PER_SEC;
+    auto entry = Entry::adopt(g_desktop_app_info_new(fileName.c_str()));
+    while (!entry && g_get_monotonic_time() < end) {
+        g_usleep(1000);
+        entry = Entry::adopt(g_desktop_app_info_new(fileName.c_str()));
+    }
     if (!entry)
-        return failure("The desktop cannot read " + file.string());
+        return failure("The desktop does not list " + file.string());
     return entry;
 }
 
