@@ -1,25 +1,14 @@
+#include "PropertyListNative.h"
 #include "PropertyListShape.h"
 
 #include <LumoKit/Platform/Foundation/PropertyList.h>
 
-#include <plist/plist.h>
-
 #include <bit>
-#include <cstdlib>
 #include <limits>
-#include <memory>
 
 namespace LumoKit {
 
 namespace {
-
-struct FreeNode {
-    void operator()(void* node) const { plist_free(node); }
-};
-struct FreeMemory {
-    void operator()(void* memory) const { std::free(memory); } // libplist hands out malloc's memory
-};
-using Text = std::unique_ptr<char, FreeMemory>;
 
 /// Property lists count seconds from the first of January 2001.
 constexpr double referenceDate = 978307200;
@@ -36,7 +25,7 @@ Scalar scalarOf(plist_t node)
     char* bytes = nullptr;
     std::uint32_t length = 0;
     plist_to_bin(node, &bytes, &length);
-    const Text owned(bytes);
+    const std::unique_ptr<char, detail::FreePropertyListMemory> owned(bytes);
     constexpr std::size_t header = 8; // "bplist00"
     Scalar scalar;
     if (!owned || length < header + 1 + 16)
@@ -54,18 +43,10 @@ Value valueOf(plist_t node, int depth);
 Value::Dictionary dictionaryOf(plist_t node, int depth)
 {
     Value::Dictionary dictionary;
-    plist_dict_iter position = nullptr;
-    plist_dict_new_iter(node, &position);
-    const std::unique_ptr<void, FreeMemory> owned(position);
-    while (true) {
-        char* key = nullptr;
-        plist_t item = nullptr;
-        plist_dict_next_item(node, position, &key, &item);
-        if (!item)
-            return dictionary;
-        const Text name(key);
-        dictionary.insert_or_assign(name ? name.get() : "", valueOf(item, depth + 1));
-    }
+    detail::forEachEntry(node, [&](std::string_view key, plist_t item) {
+        dictionary.insert_or_assign(std::string(key), valueOf(item, depth + 1));
+    });
+    return dictionary;
 }
 
 Value::Array arrayOf(plist_t node, int depth)
@@ -82,6 +63,20 @@ Value valueOf(plist_t node, int depth)
 {
     if (depth > Value::maximumDepth)
         return {};
+    switch (plist_get_node_type(node)) {
+    case PLIST_ARRAY:
+        return arrayOf(node, depth);
+    case PLIST_DICT:
+        return dictionaryOf(node, depth);
+    default:
+        return detail::valueOfLeaf(node);
+    }
+}
+
+} // namespace
+
+Value detail::valueOfLeaf(plist_t node)
+{
     switch (plist_get_node_type(node)) {
     case PLIST_BOOLEAN: {
         std::uint8_t boolean = 0;
@@ -119,35 +114,55 @@ Value valueOf(plist_t node, int depth)
         const auto* bytes = reinterpret_cast<const std::byte*>(plist_get_data_ptr(node, &length));
         return bytes ? Data(bytes, bytes + length) : Data();
     }
-    case PLIST_ARRAY:
-        return arrayOf(node, depth);
-    case PLIST_DICT:
-        return dictionaryOf(node, depth);
     default:
         return {};
     }
 }
 
+namespace {
+
+/// The library counts in 32 bits; a longer list reads as an empty one.
+std::string_view textOf(std::span<const std::byte> bytes)
+{
+    if (bytes.size() > std::numeric_limits<std::uint32_t>::max())
+        return {};
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+bool isBinary(std::string_view text)
+{
+    return plist_is_binary(text.data(), static_cast<std::uint32_t>(text.size()));
+}
+
+detail::PropertyListRoot readXMLPropertyList(std::string_view text)
+{
+    plist_t root = nullptr;
+    plist_from_xml(text.data(), static_cast<std::uint32_t>(text.size()), &root);
+    return detail::PropertyListRoot(root);
+}
+
 } // namespace
+
+detail::PropertyListRoot detail::readBinaryPropertyList(std::span<const std::byte> bytes)
+{
+    const std::string_view text = textOf(bytes);
+    plist_t root = nullptr;
+    if (isBinary(text))
+        plist_from_bin(text.data(), static_cast<std::uint32_t>(text.size()), &root);
+    return PropertyListRoot(root);
+}
 
 std::optional<Value> readPropertyList(std::span<const std::byte> bytes)
 {
-    if (bytes.size() > std::numeric_limits<std::uint32_t>::max())
-        return std::nullopt; // the library counts in 32 bits
-    const auto* start = reinterpret_cast<const char*>(bytes.data());
-    const auto length = static_cast<std::uint32_t>(bytes.size());
-    const std::string_view text(start, length);
-    plist_t root = nullptr;
-    if (plist_is_binary(start, length)) {
-        if (detail::isSoundBinary(text))
-            plist_from_bin(start, length, &root);
-    } else if (detail::isSoundXML(text)) {
-        plist_from_xml(start, length, &root);
-    }
-    const std::unique_ptr<void, FreeNode> owned(root);
+    const std::string_view text = textOf(bytes);
+    detail::PropertyListRoot root;
+    if (isBinary(text) && detail::isSoundBinary(text))
+        root = detail::readBinaryPropertyList(bytes);
+    else if (!isBinary(text) && detail::isSoundXML(text))
+        root = readXMLPropertyList(text);
     if (!root)
         return std::nullopt;
-    return valueOf(root, 0);
+    return valueOf(root.get(), 0);
 }
 
 } // namespace LumoKit

@@ -11,8 +11,8 @@ namespace {
 
 /// Far beyond every sensible list, far below what a stack holds.
 constexpr std::uint64_t maximumLevels = 4096;
-/// Of a list written out.
-constexpr std::uint64_t maximumObjects = 4'000'000;
+/// What the library needs for an object besides its text or data.
+constexpr std::uint64_t objectMemory = 128;
 
 /// The objects of a binary list, found without building any of them.
 class BinaryObjects {
@@ -60,11 +60,21 @@ public:
         return bodyOf(object).kind == dictionary ? references / 2 : 0;
     }
 
+    /// What an object needs alone, without those that it refers to.
+    [[nodiscard]] std::uint64_t memory(std::uint64_t object) const
+    {
+        const Body body = bodyOf(object);
+        if (body.kind != 4 && body.kind != 5 && body.kind != 6) // data, ASCII, UTF-16
+            return objectMemory;
+        const std::uint64_t inUTF8 = body.kind == 6 ? 3 : 1;
+        return objectMemory + inUTF8 * std::min<std::uint64_t>(body.length, bytes.size());
+    }
+
     /// Whether an object is a text with a NUL character in it.
     [[nodiscard]] bool isTextWithNul(std::uint64_t object) const
     {
         const Body body = bodyOf(object);
-        const std::uint64_t unit = body.kind == 5 ? 1 : body.kind == 6 ? 2 : 0; // ASCII, UTF-16
+        const std::uint64_t unit = body.kind == 5 ? 1 : body.kind == 6 ? 2 : 0;
         if (unit == 0 || body.first > bytes.size() || body.length > (bytes.size() - body.first) / unit)
             return false;
         for (std::uint64_t index = 0; index < body.length; ++index)
@@ -168,12 +178,19 @@ bool isSoundXML(std::string_view bytes)
 
 bool isSoundBinary(std::string_view bytes)
 {
+    return memoryOfBinary(bytes, propertyListMemory).has_value();
+}
+
+std::optional<std::uint64_t> memoryOfBinary(std::string_view bytes, std::uint64_t maximum)
+{
     const BinaryObjects objects(bytes);
     if (!objects.isWhole)
-        return true; // the library says what is wrong with it
+        return 0; // the library says what is wrong with it
+    if (objects.count > maximum / objectMemory)
+        return std::nullopt;
     struct Shape {
         std::uint64_t levels = 0; // of the object and all below it; zero until they are known
-        std::uint64_t size = 0;
+        std::uint64_t memory = 0; // of the object and all below it, written out
         bool entered = false;
     };
     struct Visit {
@@ -184,17 +201,25 @@ bool isSoundBinary(std::string_view bytes)
     // Each object once, those that it refers to before itself, without recursion.
     std::vector<Shape> shapes(objects.count);
     std::vector<Visit> path;
+    // What lies over each other in the bytes is looked at once for each: a sum that grows with the look, and that is
+    // never more than what the list needs, keeps it short.
+    std::uint64_t seen = 0;
     const auto enter = [&](std::uint64_t object) {
         shapes[object].entered = true;
         path.push_back({object, objects.references(object)});
         const auto& references = path.back().references;
-        for (std::uint64_t key = 0; key < objects.keyCount(object, references.size()); ++key)
-            if (references[key] < objects.count && objects.isTextWithNul(references[key]))
+        seen += references.size() * objectMemory;
+        for (std::uint64_t key = 0; key < objects.keyCount(object, references.size()); ++key) {
+            if (references[key] >= objects.count)
+                continue;
+            seen += objects.memory(references[key]) - objectMemory;
+            if (seen > maximum || objects.isTextWithNul(references[key]))
                 return false;
-        return path.size() <= maximumLevels;
+        }
+        return seen <= maximum && path.size() <= maximumLevels;
     };
     if (!enter(objects.top))
-        return false;
+        return std::nullopt;
     while (!path.empty()) {
         Visit& visit = path.back();
         if (visit.next < visit.references.size()) {
@@ -202,25 +227,28 @@ bool isSoundBinary(std::string_view bytes)
             if (referred >= objects.count || shapes[referred].levels > 0)
                 continue;
             if (shapes[referred].entered)
-                return false; // it holds itself
+                return std::nullopt; // it holds itself
             if (!enter(referred))
-                return false;
+                return std::nullopt;
             continue;
         }
         Shape& shape = shapes[visit.object];
-        shape.size = 1;
+        shape.memory = objects.memory(visit.object);
         for (const std::uint64_t referred : visit.references) {
             if (referred >= objects.count)
                 continue;
             shape.levels = std::max(shape.levels, shapes[referred].levels);
-            shape.size += shapes[referred].size;
-            if (shape.size > maximumObjects)
-                return false;
+            shape.memory += shapes[referred].memory;
+            if (shape.memory > maximum)
+                return std::nullopt;
         }
         ++shape.levels;
         path.pop_back();
     }
-    return shapes[objects.top].levels <= maximumLevels;
+    const Shape& whole = shapes[objects.top];
+    if (whole.levels > maximumLevels || whole.memory > maximum)
+        return std::nullopt;
+    return whole.memory;
 }
 
 } // namespace LumoKit::detail

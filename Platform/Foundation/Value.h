@@ -21,6 +21,9 @@ namespace LumoKit {
 /// A moment in time, in seconds since 1970 in universal time without leap seconds.
 using Date = std::chrono::sys_time<std::chrono::duration<double>>;
 
+/// The first moment of the year 1, before everything: what changed since then is all there is.
+inline constexpr Date distantPast{std::chrono::duration<double>(-62135596800.0)};
+
 /// Raw bytes.
 using Data = std::vector<std::byte>;
 

@@ -8,8 +8,8 @@ namespace LumoKit {
 
 class WKWebView;
 
-/// Views whose configurations share a pool share one process for their pages, which makes every view after
-/// the first one cheap. A page that brings its process down takes the other pages of the pool with it: a host
+/// Views whose configurations share a pool and a data store share one process for their pages, which makes every
+/// view after the first one cheap. A page that brings its process down takes the other pages of the pool with it: a host
 /// that shows pages which must not share their fate gives them pools of their own.
 ///
 /// Thread: the main thread.

@@ -1,18 +1,17 @@
 #include "../ApplicationKit/NSViewNative.h"
-#include "Renderer.h"
 #include "ScriptResult.h"
 #include "WKURLSchemeTaskNative.h"
 #include "WKUserContentControllerNative.h"
+#include "WKWebsiteDataStoreNative.h"
 
-#include <LumoKit/Platform/ApplicationKit/NSApplication.h>
 #include <LumoKit/Platform/Dispatch/DispatchQueue.h>
 #include <LumoKit/Platform/Native/Handles.h>
 #include <LumoKit/Platform/WebKit/WKWebView.h>
 
 #include <webkit2/webkit2.h>
 
+#include <algorithm>
 #include <map>
-#include <set>
 #include <utility>
 
 namespace LumoKit {
@@ -28,6 +27,7 @@ struct WebNative final : NSView::Native {
         , configuration(std::move(from))
         , controller(configuration->userContentController())
         , pool(configuration->processPool())
+        , store(configuration->websiteDataStore())
     {
     }
     ~WebNative() override { connections.clear(); }
@@ -38,6 +38,7 @@ struct WebNative final : NSView::Native {
     // Those that the view was made with, whatever the configuration is given later.
     const std::shared_ptr<WKUserContentController> controller;
     const std::shared_ptr<WKProcessPool> pool;
+    const std::shared_ptr<WKWebsiteDataStore> store;
     std::weak_ptr<WKNavigationDelegate> navigationDelegate;
     bool committed = false; // of the load that is under way
     bool failed = false; // the engine reports a failed load as finished, too
@@ -120,22 +121,12 @@ void answerSchemeRequest(WebKitURISchemeRequest* request, gpointer) noexcept
     handler->start(*view, std::make_shared<WKURLSchemeTask>(std::move(native)));
 }
 
-WebKitWebContext* sharedContext()
+/// The engine knows schemes for all views of a data store alike; each view's configuration then says who answers.
+void registerSchemes(WKWebsiteDataStore::Native& store, const WKWebViewConfiguration& configuration)
 {
-    static WebKitWebContext* context = [] {
-        static_cast<void>(NSApplication::shared()); // connects to the desktop and names the program
-        detail::chooseRenderer();
-        return webkit_web_context_get_default();
-    }();
-    return context;
-}
-
-/// The engine knows schemes for all views alike; each view's configuration then says who answers.
-void registerSchemes(WebKitWebContext* context, const WKWebViewConfiguration& configuration)
-{
-    static std::set<std::string> registered;
+    WebKitWebContext* context = store.context.get();
     for (const auto& [scheme, handler] : configuration.urlSchemeHandlers()) {
-        if (!registered.insert(scheme).second)
+        if (!store.schemes.insert(scheme).second)
             continue;
         webkit_web_context_register_uri_scheme(
             context, scheme.c_str(), &answerSchemeRequest, nullptr, nullptr);
@@ -148,17 +139,18 @@ void registerSchemes(WebKitWebContext* context, const WKWebViewConfiguration& co
 std::unique_ptr<NSView::Native> makeNative(
     const std::shared_ptr<WKWebViewConfiguration>& configuration, WebKitWebView* related)
 {
-    WebKitWebContext* context = sharedContext();
-    registerSchemes(context, *configuration);
+    WKWebsiteDataStore::Native& store = configuration->websiteDataStore()->nativeStore();
+    registerSchemes(store, *configuration);
     WebKitUserContentManager* content =
         configuration->userContentController()->nativeController().manager.get();
     const auto settings = ObjectPtr<WebKitSettings>::adopt(webkit_settings_new());
     webkit_settings_set_enable_developer_extras(settings.get(), configuration->developerExtrasEnabled);
     // A related view lives in the other's process, and takes the context over from it.
-    GtkWidget* widget = related ? GTK_WIDGET(g_object_new(WEBKIT_TYPE_WEB_VIEW, "related-view", related,
-                                      "user-content-manager", content, "settings", settings.get(), nullptr))
-                                : GTK_WIDGET(g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context", context,
-                                      "user-content-manager", content, "settings", settings.get(), nullptr));
+    GtkWidget* widget = related
+        ? GTK_WIDGET(g_object_new(WEBKIT_TYPE_WEB_VIEW, "related-view", related, "user-content-manager",
+              content, "settings", settings.get(), nullptr))
+        : GTK_WIDGET(g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context", store.context.get(),
+              "user-content-manager", content, "settings", settings.get(), nullptr));
     gtk_widget_show(widget);
     return std::make_unique<WebNative>(configuration, widget);
 }
@@ -194,8 +186,11 @@ private:
 
 WKWebView::WKWebView(const CGRect& frame, std::shared_ptr<WKWebViewConfiguration> configuration)
     : NSView([&] {
+        // One process holds the pages of one data store.
         const auto& views = configuration->processPool()->views;
-        return makeNative(configuration, views.empty() ? nullptr : nativeOf(*views.front()).view());
+        const auto related = std::ranges::find_if(views,
+            [&](WKWebView* view) { return nativeOf(*view).store == configuration->websiteDataStore(); });
+        return makeNative(configuration, related == views.end() ? nullptr : nativeOf(**related).view());
     }())
 {
     nativeOf(*this).pool->views.push_back(this);

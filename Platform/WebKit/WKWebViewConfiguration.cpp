@@ -60,6 +60,16 @@ void WKWebViewConfiguration::setProcessPool(std::shared_ptr<WKProcessPool> proce
     pool = std::move(processPool);
 }
 
+std::shared_ptr<WKWebsiteDataStore> WKWebViewConfiguration::websiteDataStore() const
+{
+    return store ? store : WKWebsiteDataStore::defaultDataStore();
+}
+
+void WKWebViewConfiguration::setWebsiteDataStore(std::shared_ptr<WKWebsiteDataStore> websiteDataStore)
+{
+    store = std::move(websiteDataStore);
+}
+
 void WKWebViewConfiguration::setURLSchemeHandler(
     std::shared_ptr<WKURLSchemeHandler> handler, const std::string& forURLScheme)
 {

@@ -4,6 +4,7 @@
 #include <LumoKit/Platform/WebKit/WKProcessPool.h>
 #include <LumoKit/Platform/WebKit/WKURLSchemeHandler.h>
 #include <LumoKit/Platform/WebKit/WKUserContentController.h>
+#include <LumoKit/Platform/WebKit/WKWebsiteDataStore.h>
 
 #include <map>
 #include <memory>
@@ -29,6 +30,10 @@ public:
     [[nodiscard]] const std::shared_ptr<WKProcessPool>& processPool() const { return pool; }
     void setProcessPool(std::shared_ptr<WKProcessPool> processPool);
 
+    /// Where the view's pages keep their cookies and their other data: the default store, unless another is set.
+    [[nodiscard]] std::shared_ptr<WKWebsiteDataStore> websiteDataStore() const;
+    void setWebsiteDataStore(std::shared_ptr<WKWebsiteDataStore> websiteDataStore);
+
     /// Lets `handler` answer what pages ask for under `scheme`. Such a page has an origin of its own, made of
     /// scheme and host, and counts as secure.
     /// Errors: stops the process for a text that is no scheme, one that the engine handles itself, and one
@@ -47,6 +52,7 @@ public:
 private:
     std::shared_ptr<WKUserContentController> controller;
     std::shared_ptr<WKProcessPool> pool;
+    std::shared_ptr<WKWebsiteDataStore> store; // null for the default one, which is opened when it is needed
     std::map<std::string, std::shared_ptr<WKURLSchemeHandler>> schemeHandlers;
 };
 

@@ -10,6 +10,8 @@ struct TestServer::Native {
     SoupServer* server = soup_server_new(nullptr, nullptr);
     std::map<std::string, Answer> answers;
     std::vector<std::string> requests;
+    std::map<std::string, std::map<std::string, std::string>>
+        headers; // of the last request for a path, in lower case
     std::string origin;
 
     static void handle(
@@ -17,6 +19,16 @@ struct TestServer::Native {
     {
         auto* self = static_cast<Native*>(data);
         self->requests.emplace_back(path);
+        auto& headers = self->headers[path];
+        headers.clear();
+        soup_message_headers_foreach(
+            soup_server_message_get_request_headers(message),
+            +[](const char* name, const char* value, gpointer into) {
+                char* lower = g_ascii_strdown(name, -1);
+                static_cast<std::map<std::string, std::string>*>(into)->insert_or_assign(lower, value);
+                g_free(lower);
+            },
+            &headers);
         const auto found = self->answers.find(path);
         if (found == self->answers.end())
             return soup_server_message_set_status(message, 404, nullptr);
@@ -61,6 +73,15 @@ void TestServer::serve(const std::string& path, Answer answer)
 const std::vector<std::string>& TestServer::requests() const
 {
     return native->requests;
+}
+
+std::optional<std::string> TestServer::received(const std::string& header, const std::string& path) const
+{
+    const auto request = native->headers.find(path);
+    if (request == native->headers.end())
+        return std::nullopt;
+    const auto found = request->second.find(header);
+    return found == request->second.end() ? std::nullopt : std::optional(found->second);
 }
 
 std::string refusedOrigin()

@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -36,6 +37,9 @@ public:
 
     /// The paths that were asked for, in their order.
     [[nodiscard]] const std::vector<std::string>& requests() const;
+    /// What the last request for a path had in a header; nothing without the header or a request.
+    [[nodiscard]] std::optional<std::string> received(
+        const std::string& header, const std::string& path) const;
 
 private:
     struct Native;
