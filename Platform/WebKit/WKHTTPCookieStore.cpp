@@ -95,6 +95,8 @@ WKHTTPCookieStore::WKHTTPCookieStore(std::unique_ptr<Native> native)
 {
 }
 
+WKHTTPCookieStore::WKHTTPCookieStore() = default;
+
 WKHTTPCookieStore::~WKHTTPCookieStore() = default;
 
 void WKHTTPCookieStore::getAllCookies(

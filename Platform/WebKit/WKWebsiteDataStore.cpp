@@ -139,6 +139,8 @@ WKWebsiteDataStore::WKWebsiteDataStore(std::shared_ptr<Native> native)
 {
 }
 
+WKWebsiteDataStore::WKWebsiteDataStore() = default;
+
 WKWebsiteDataStore::~WKWebsiteDataStore() = default;
 
 std::shared_ptr<WKWebsiteDataStore> WKWebsiteDataStore::defaultDataStore()

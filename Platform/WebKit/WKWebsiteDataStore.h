@@ -26,6 +26,8 @@ inline constexpr std::string_view WKWebsiteDataTypeWebSQLDatabases = "WKWebsiteD
 /// What pages leave behind: cookies, storage, databases and caches. Views whose configurations have the same
 /// store share them.
 ///
+/// A class that derives from it and overrides what is virtual can stand in for one where no view shows it.
+///
 /// Thread: the main thread; completions are called there.
 class WKWebsiteDataStore : public NSObject {
 public:
@@ -51,7 +53,7 @@ public:
     /// Nothing for a store without one.
     [[nodiscard]] const std::optional<std::string>& identifier() const;
 
-    [[nodiscard]] const std::shared_ptr<WKHTTPCookieStore>& httpCookieStore() const;
+    [[nodiscard]] virtual const std::shared_ptr<WKHTTPCookieStore>& httpCookieStore() const;
 
     /// Removes the data of some types that was modified since a moment: `distantPast`, or any until 1970, for
     /// all of it. Cookies do not tell when they were modified, so that all of them are removed, except for a
@@ -59,7 +61,7 @@ public:
     ///
     /// Removals of one store run beside each other, and may end in another order than that of their calls.
     /// Lifetime: the completion is called also when the store is released before, never before this returns.
-    void removeData(const std::set<std::string_view>& ofTypes, Date modifiedSince,
+    virtual void removeData(const std::set<std::string_view>& ofTypes, Date modifiedSince,
         std::move_only_function<void()> completionHandler);
 
     struct Native;
@@ -67,8 +69,11 @@ public:
     explicit WKWebsiteDataStore(std::shared_ptr<Native> native);
     [[nodiscard]] Native& nativeStore() const { return *native; }
 
+protected:
+    WKWebsiteDataStore();
+
 private:
-    const std::shared_ptr<Native> native;
+    const std::shared_ptr<Native> native; // null for one that stands in
 };
 
 } // namespace LumoKit
