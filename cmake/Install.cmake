@@ -7,6 +7,7 @@ install(TARGETS LumoKit EXPORT LumoKit
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
     FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
     FILE_SET native DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(TARGETS lumokit-open DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/lumokit)
 set(packageDir ${CMAKE_INSTALL_LIBDIR}/cmake/LumoKit)
 install(EXPORT LumoKit NAMESPACE LumoKit:: DESTINATION ${packageDir} FILE LumoKitTargets.cmake)
 configure_package_config_file(cmake/LumoKitConfig.cmake.in "${CMAKE_BINARY_DIR}/LumoKitConfig.cmake"

@@ -64,6 +64,18 @@ void use(const std::string& activationToken)
     gdk_notify_startup_complete_with_id(activationToken.c_str()); // else the pointer keeps telling of a start
 }
 
+/// Ends the main loops of dialogs that are waited for, which `run` would be held up by.
+void endDialogs()
+{
+    const std::unique_ptr<GList, detail::FreedBy<g_list_free>> windows(gtk_window_list_toplevels());
+    std::vector<detail::ObjectPtr<GtkWidget>> dialogs;
+    for (GList* item = windows.get(); item; item = item->next)
+        if (GTK_IS_DIALOG(item->data) && gtk_window_get_modal(GTK_WINDOW(item->data)))
+            dialogs.push_back(detail::ObjectPtr<GtkWidget>::retain(GTK_WIDGET(item->data)));
+    for (const auto& dialog : dialogs)
+        gtk_widget_hide(dialog.get());
+}
+
 } // namespace
 
 void NSApplication::Native::add(const std::shared_ptr<NSWindow>& window)
@@ -249,6 +261,7 @@ void NSApplication::terminate()
         delegate->applicationWillTerminate();
     if (native->loop)
         g_main_loop_quit(native->loop);
+    endDialogs();
 }
 
 std::shared_ptr<NSWindow> NSApplication::keyWindow() const

@@ -56,7 +56,8 @@ public:
     /// does.
     void run();
 
-    /// Ends `run`, unless the delegate objects. The rest of the current turn still runs.
+    /// Ends `run`, unless the delegate objects. The rest of the current turn still runs. Modal dialogs that are
+    /// waited for end, too, without an answer.
     void terminate();
 
     /// The window that has the keyboard; null if it is none of this application's.

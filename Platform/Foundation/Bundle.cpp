@@ -54,7 +54,10 @@ const Bundle& Bundle::main()
 {
     static const Bundle bundle([] {
         std::error_code unreadable;
-        return bundleOf(fs::read_symlink("/proc/self/exe", unreadable));
+        fs::path program = fs::read_symlink("/proc/self/exe", unreadable);
+        Bundle found(bundleOf(program));
+        found.running = std::move(program);
+        return found;
     }());
     return bundle;
 }
@@ -76,6 +79,20 @@ std::optional<std::string> Bundle::bundleIdentifier() const
     if (const auto* text = identifier.asText())
         return *text;
     return std::nullopt;
+}
+
+std::optional<fs::path> Bundle::executablePath() const
+{
+    if (!running.empty())
+        return running;
+    const Value entry = object("CFBundleExecutable");
+    const auto* name = entry.asText();
+    if (name && (name->find('\0') != name->npos || fs::path(*name).filename() != *name))
+        return std::nullopt; // it would lead out of the bundle
+    const fs::path named = name ? fs::path(*name) : path_.lexically_normal().stem();
+    fs::path program = path_ / "Contents" / "Linux" / named;
+    std::error_code missing;
+    return fs::is_regular_file(program, missing) ? std::optional(std::move(program)) : std::nullopt;
 }
 
 Value Bundle::object(std::string_view forInfoDictionaryKey) const

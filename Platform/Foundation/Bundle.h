@@ -25,6 +25,9 @@ public:
 
     /// The bundle's folder.
     [[nodiscard]] const std::filesystem::path& bundlePath() const { return path_; }
+    /// The program: the file in the bundle that the entry "CFBundleExecutable" names, or one named as the bundle;
+    /// nothing where that does not exist. That of the main bundle is the one that runs.
+    [[nodiscard]] std::optional<std::filesystem::path> executablePath() const;
     /// The folder of the resources.
     [[nodiscard]] const std::filesystem::path& resourcePath() const { return resources; }
     /// The information entry "CFBundleIdentifier"; nothing if there is none.
@@ -44,6 +47,7 @@ public:
 
 private:
     std::filesystem::path path_;
+    std::filesystem::path running; // the program of the main bundle, else empty
     std::filesystem::path resources;
     std::optional<Value::Dictionary> information;
 };

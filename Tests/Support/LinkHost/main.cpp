@@ -8,20 +8,26 @@
 // LINK_HOST_MODE: "late" has no handler of links before it is started a second time, "none" never; "mail" reads mail
 // links; "windows" has two windows and uses the first one last, "quiet" too, but leaves them where they are; "time" tells
 // of the last interaction that the desktop knows of when it is started a second time; "slow" ends only when something
-// is written to the file that LINK_HOST_GATE names.
+// is written to the file that LINK_HOST_GATE names, and "thoughtful" agrees to end only then.
+//
+// Links: "lumotest:quit", "lumotest:relaunch", and "lumotest:dialog-quit" and "lumotest:dialog-relaunch", which do so from
+// within a dialog that is waited for.
 
 #include <LumoKit/MailTo/MailToManager.h>
 #include <LumoKit/Platform/ApplicationKit/LaunchServices.h>
 #include <LumoKit/Platform/ApplicationKit/NSApplication.h>
 #include <LumoKit/Platform/ApplicationKit/NSWindow.h>
+#include <LumoKit/Platform/Dispatch/DispatchQueue.h>
 #include <LumoKit/Platform/Dispatch/MainThread.h>
 #include <LumoKit/Platform/Foundation/NSAppleEventManager.h>
 #include <LumoKit/Platform/Foundation/Print.h>
 #include <LumoKit/Utility/HelpRequestInfo.h>
+#include <LumoKit/Utility/ResetApp.h>
 
 #include <fcntl.h>
 #include <gdk/gdkx.h>
 #include <glib-unix.h>
+#include <gtk/gtk.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -45,6 +51,20 @@ void report(const std::string& event)
     const std::string line = event + "\n";
     if (::write(file, line.data(), line.size()) != static_cast<ssize_t>(line.size()))
         std::abort();
+}
+
+void waitForTheGate()
+{
+    bool open = false;
+    g_unix_fd_add(
+        ::open(variable("LINK_HOST_GATE").c_str(), O_RDONLY | O_CLOEXEC), G_IO_IN,
+        +[](int, GIOCondition, gpointer flag) -> gboolean {
+            *static_cast<bool*>(flag) = true;
+            return G_SOURCE_REMOVE;
+        },
+        &open);
+    while (!open)
+        g_main_context_iteration(nullptr, TRUE);
 }
 
 class Host : public NSApplicationDelegate,
@@ -93,7 +113,31 @@ private:
         const std::string link = event.paramDescriptor(keyDirectObject)->stringValue().value();
         report((isMainThread() ? "link " : "link on another thread ") + link);
         if (link == "lumotest:quit")
-            NSApplication::shared().terminate();
+            quitApp();
+        else if (link == "lumotest:relaunch")
+            relaunchApp();
+        else if (link == "lumotest:dialog-quit")
+            fromADialog(&quitApp);
+        else if (link == "lumotest:dialog-relaunch")
+            fromADialog(&relaunchApp);
+    }
+
+    static void fromADialog(void (*action)())
+    {
+        DispatchQueue::main()->async([action] {
+            GtkWidget* dialog = gtk_dialog_new();
+            DispatchQueue::main()->async(action);
+            gtk_dialog_run(GTK_DIALOG(dialog));
+            gtk_widget_destroy(dialog);
+            report("dialog ended");
+        });
+    }
+    bool applicationShouldTerminate() override
+    {
+        report("asked");
+        if (mode == "thoughtful")
+            waitForTheGate();
+        return true;
     }
 
     void applicationDidFinishLaunching() override { report("launched"); }
@@ -151,17 +195,7 @@ int main(int count, char** arguments)
     host->start();
     application.run();
     report("ending");
-    if (mode == "slow") { // its main loop runs on, as that of an alert would
-        bool open = false;
-        g_unix_fd_add(
-            ::open(variable("LINK_HOST_GATE").c_str(), O_RDONLY | O_CLOEXEC), G_IO_IN,
-            +[](int, GIOCondition, gpointer flag) -> gboolean {
-                *static_cast<bool*>(flag) = true;
-                return G_SOURCE_REMOVE;
-            },
-            &open);
-        while (!open)
-            g_main_context_iteration(nullptr, TRUE);
-    }
+    if (mode == "slow") // its main loop runs on, as that of an alert would
+        waitForTheGate();
     return 0;
 }
