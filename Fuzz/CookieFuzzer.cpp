@@ -2,7 +2,7 @@
 // a record has no place for, and is the same for the engine, as far as that takes it. The properties are read from JSON, in
 // which {"date": seconds} and {"url": text} stand for what JSON has no form for.
 
-#include "WebKit/EngineCookie.h"
+#include "Foundation/EngineCookie.h"
 
 #include <LumoKit/CookieJar/HTTPCookie+Serialization.h>
 #include <LumoKit/Platform/Foundation/JSON.h>

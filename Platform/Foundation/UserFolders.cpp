@@ -1,8 +1,13 @@
 #include "UserFolders.h"
 
+#include <LumoKit/Platform/Foundation/Bundle.h>
+
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdlib>
+#include <string>
 
 namespace LumoKit::detail {
 
@@ -29,6 +34,16 @@ std::optional<fs::path> userFolder(const char* variable, const fs::path& belowHo
     if (const auto home = folderIn("HOME"))
         return *home / belowHome;
     return std::nullopt;
+}
+
+std::optional<fs::path> applicationFolder(const char* variable, const fs::path& belowHome)
+{
+    const auto folder = userFolder(variable, belowHome);
+    if (!folder)
+        return std::nullopt;
+    std::string application = Bundle::main().bundleIdentifier().value_or(program_invocation_short_name);
+    std::ranges::replace(application, '/', '_');
+    return *folder / application;
 }
 
 void makePrivateFolders(const fs::path& folder)

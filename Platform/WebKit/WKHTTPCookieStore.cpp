@@ -1,4 +1,4 @@
-#include "EngineCookie.h"
+#include "../Foundation/EngineCookie.h"
 #include "WKWebsiteDataStoreNative.h"
 
 #include <LumoKit/Platform/Dispatch/DispatchQueue.h>

@@ -5,13 +5,11 @@
 #include <LumoKit/Platform/ApplicationKit/NSApplication.h>
 #include <LumoKit/Platform/Dispatch/DispatchQueue.h>
 #include <LumoKit/Platform/Dispatch/MainThread.h>
-#include <LumoKit/Platform/Foundation/Bundle.h>
 #include <LumoKit/Platform/Foundation/FatalError.h>
 #include <LumoKit/Platform/Native/Handles.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <filesystem>
 #include <map>
 #include <utility>
@@ -48,12 +46,8 @@ void prepareEngine()
 /// The folder of this application's stores; nothing where the user has no data folder.
 std::optional<fs::path> storesFolder()
 {
-    const auto data = detail::userFolder("XDG_DATA_HOME", ".local/share");
-    if (!data)
-        return std::nullopt;
-    std::string application = Bundle::main().bundleIdentifier().value_or(program_invocation_short_name);
-    std::ranges::replace(application, '/', '_');
-    return *data / application / "WebKit";
+    const auto folder = detail::applicationFolder("XDG_DATA_HOME", ".local/share");
+    return folder ? std::optional(*folder / "WebKit") : std::nullopt;
 }
 
 /// A name of a file for any identifier: itself where it is plain, and otherwise a checksum, so that names that
