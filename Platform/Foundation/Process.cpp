@@ -79,6 +79,8 @@ std::expected<void, Error> Process::run()
             launcher.get(), detail::askingProcessVariable, std::to_string(::getpid()).c_str(), TRUE);
     }
     const std::string program = native->launchPath.string();
+    if (program.empty() || holdsNUL(program))
+        return std::unexpected(failure("there is no program to start"));
     std::vector<const char*> words{program.c_str()};
     for (const std::string& argument : native->arguments) {
         if (holdsNUL(argument))

@@ -55,6 +55,29 @@ protected:
     fs::path app;
 };
 
+// ---- the program
+// ----------------------------------------------------------------------------------------------------
+
+TEST_F(BundleTest, HasTheProgramThatItsInformationNames)
+{
+    EXPECT_EQ(Bundle(app).executablePath(), std::nullopt);
+    write(app / "Contents" / "Linux" / "Tea", "");
+    EXPECT_EQ(Bundle(app).executablePath(), app / "Contents" / "Linux" / "Tea");
+    EXPECT_EQ(Bundle(app / "").executablePath(), app / "Contents" / "Linux" / "Tea");
+    write(app / "Contents" / "Linux" / "brew", "");
+    write(list(), information("<key>CFBundleExecutable</key><string>brew</string>"));
+    EXPECT_EQ(Bundle(app).executablePath(), app / "Contents" / "Linux" / "brew");
+    for (const char* name : {"../secret.txt", "missing", "", ".", ".."}) {
+        write(list(), information("<key>CFBundleExecutable</key><string>" + std::string(name) + "</string>"));
+        EXPECT_EQ(Bundle(app).executablePath(), std::nullopt) << name;
+    }
+}
+
+TEST_F(BundleTest, RunsTheProgramOfTheMainBundle)
+{
+    EXPECT_EQ(Bundle::main().executablePath(), fs::read_symlink("/proc/self/exe"));
+}
+
 // ---- information
 // ----------------------------------------------------------------------------------------------------
 

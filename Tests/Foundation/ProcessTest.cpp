@@ -103,7 +103,7 @@ TEST_F(ProcessTest, GoesOnWhenTheObjectIsReleased)
         process.launch();
     }
     std::ofstream(folder / "end") << "still here\n"; // waits for the reader
-    EXPECT_TRUE(waitUntil([&] { return readFile(folder / "output") == "still here\n"; }));
+    EXPECT_TRUE(waitForOthers([&] { return readFile(folder / "output") == "still here\n"; }));
 }
 
 } // namespace

@@ -26,6 +26,14 @@ bool waitUntil(const std::function<bool()>& condition)
     return holds;
 }
 
+bool waitForOthers(const std::function<bool()>& condition)
+{
+    const guint turns = g_timeout_add(10, +[](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
+    const bool holds = waitUntil(condition);
+    g_source_remove(turns);
+    return holds;
+}
+
 void runPendingTurns()
 {
     while (g_main_context_iteration(nullptr, FALSE)) { }

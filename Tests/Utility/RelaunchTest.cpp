@@ -88,7 +88,7 @@ TEST_F(Relaunch, WaitsForAnInstanceThatTakesItsTimeToAgree)
     const auto first = startFrom("Link Host.app");
     start(executable(moved), {"lumotest:relaunch"}); // answered only when the host has come to an end
     ASSERT_EQ(reported("asked").size(), 1U);
-    ASSERT_TRUE(waitUntil([&] { return opener(first) != 0; }));
+    ASSERT_TRUE(waitForOthers([&] { return opener(first) != 0; }));
     setMode("");
     openGate();
     EXPECT_EQ(reported("ending").size(), 1U);
@@ -105,7 +105,7 @@ TEST_F(Relaunch, WaitsForAnInstanceThatTakesItsTimeToEnd)
     const auto first = startFrom("Link Host.app");
     send("lumotest:relaunch");
     ASSERT_EQ(reported("ending").size(), 1U);
-    ASSERT_TRUE(waitUntil([&] { return opener(first) != 0; }));
+    ASSERT_TRUE(waitForOthers([&] { return opener(first) != 0; }));
     EXPECT_TRUE(fs::exists("/proc/" + first));
     openGate();
     EXPECT_EQ(reported("started ").size(), 1U);
@@ -124,6 +124,16 @@ TEST_F(Relaunch, EndsADialogThatIsWaitedFor)
     EXPECT_EQ(reported("launched").size(), 1U);
     send("lumotest:dialog-quit");
     EXPECT_EQ(reported("dialog ended").size(), 1U);
+    EXPECT_EQ(reported("ending").size(), 1U);
+}
+
+TEST_F(Relaunch, ForgetsTheSettingsOfAnApplicationThatIsReset)
+{
+    startFrom("Link Host.app");
+    send("lumotest:reset");
+    EXPECT_EQ(reported("setting "), std::vector<std::string>{"green"});
+    EXPECT_EQ(reported("setting afterwards "), std::vector<std::string>{"null, null"});
+    send("lumotest:quit");
     EXPECT_EQ(reported("ending").size(), 1U);
 }
 

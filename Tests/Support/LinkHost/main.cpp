@@ -10,7 +10,7 @@
 // of the last interaction that the desktop knows of when it is started a second time; "slow" ends only when something
 // is written to the file that LINK_HOST_GATE names, and "thoughtful" agrees to end only then.
 //
-// Links: "lumotest:quit", "lumotest:relaunch", and "lumotest:dialog-quit" and "lumotest:dialog-relaunch", which do so from
+// Links: "lumotest:quit", "lumotest:relaunch", "lumotest:reset", and "lumotest:dialog-quit" and "lumotest:dialog-relaunch", which do so from
 // within a dialog that is waited for.
 
 #include <LumoKit/MailTo/MailToManager.h>
@@ -21,6 +21,7 @@
 #include <LumoKit/Platform/Dispatch/MainThread.h>
 #include <LumoKit/Platform/Foundation/NSAppleEventManager.h>
 #include <LumoKit/Platform/Foundation/Print.h>
+#include <LumoKit/Platform/Foundation/UserDefaults.h>
 #include <LumoKit/Utility/HelpRequestInfo.h>
 #include <LumoKit/Utility/ResetApp.h>
 
@@ -120,6 +121,20 @@ private:
             fromADialog(&quitApp);
         else if (link == "lumotest:dialog-relaunch")
             fromADialog(&relaunchApp);
+        else if (link == "lumotest:reset")
+            reset();
+    }
+
+    static void reset()
+    {
+        const auto settings = UserDefaults::standard();
+        settings->setValue("green", "colour");
+        settings->setValue(3, "count");
+        report("setting " + *settings->value("colour").asText());
+        resetApp([settings] {
+            report("setting afterwards " + settings->value("colour").description() + ", "
+                + settings->value("count").description());
+        });
     }
 
     static void fromADialog(void (*action)())
