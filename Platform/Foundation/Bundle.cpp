@@ -89,8 +89,9 @@ std::optional<fs::path> Bundle::executablePath() const
     const auto* name = entry.asText();
     if (name && (name->find('\0') != name->npos || fs::path(*name).filename() != *name))
         return std::nullopt; // it would lead out of the bundle
-    const fs::path named = name ? fs::path(*name) : path_.lexically_normal().stem();
-    fs::path program = path_ / "Contents" / "Linux" / named;
+    const fs::path bundle = path_.has_filename() ? path_ : path_.parent_path();
+    const fs::path named = name ? fs::path(*name) : bundle.stem();
+    fs::path program = bundle / "Contents" / "Linux" / named;
     std::error_code missing;
     return fs::is_regular_file(program, missing) ? std::optional(std::move(program)) : std::nullopt;
 }

@@ -33,12 +33,7 @@ struct SampleConversation {
 constexpr auto theirs = Sender::correspondent;
 constexpr auto mine = Sender::owner;
 
-Person sampleOwner()
-{
-    return {"Robin Ellery", "robin@example.com"};
-}
-
-std::vector<SampleConversation> samples()
+std::vector<SampleConversation> robinsSamples()
 {
     return {
         {"Harbour map: last round of comments", "Maya Lindqvist", "maya.lindqvist@tarnfield.example", "Work",
@@ -267,7 +262,55 @@ std::vector<SampleConversation> samples()
     };
 }
 
-Conversation conversation(const SampleConversation& sample, std::size_t number, std::chrono::sys_seconds now)
+std::vector<SampleConversation> noorsSamples()
+{
+    return {
+        {"Rehearsal moved to Thursday", "Eliot Marsh", "eliot@quartet.example", "Music", true, false, false,
+            {
+                {25min, theirs,
+                    "Noor,\n\nThe hall is taken on Wednesday, so we play on Thursday at seven. Bring the new "
+                    "slow movement; Ana has marked the bowings in green.\n\nEliot"},
+            }},
+        {"The green bowings", "Ana Ferreira", "ana@quartet.example", "Music", true, false, true,
+            {
+                {5h, theirs,
+                    "I scanned both parts. Bars 40 to 52 are a suggestion and nothing more: if it feels "
+                    "heavy, "
+                    "take the old ones.\n\nAna"},
+                {4h, mine,
+                    "They feel light. Only bar 47 wants an up-bow, else I am out of hair by the fermata."},
+            }},
+        {"Your order is on its way", "Strings & Rosin", "orders@strings.example", "Receipts", false, false,
+            false,
+            {
+                {26h, theirs,
+                    "Order 20931 has left our workshop:\n\n2 × viola A string, medium\n1 × rosin, dark\n\nIt "
+                    "arrives within three days."},
+            }},
+        {"Saturday market?", "Leila Haddad", "leila@example.net", "Personal", false, false, true,
+            {
+                {2 * 24h, theirs,
+                    "Are you around on Saturday? The quinces are in, and I have an empty basket."},
+                {2 * 24h - 1h, mine, "At nine by the fountain. I bring the second basket."},
+            }},
+        {"Re: Tuning of the practice piano", "Oskar Blom", "oskar@piano.example", "Work", false, true, false,
+            {
+                {6 * 24h, theirs,
+                    "It is done: 442, as your quartet wants it. The hammers of the top octave should be "
+                    "filed "
+                    "before summer.\n\nOskar Blom"},
+            }},
+    };
+}
+
+const std::vector<SampleConversation>& samples(std::size_t owner)
+{
+    static const std::vector<std::vector<SampleConversation>> all{robinsSamples(), noorsSamples()};
+    return all.at(owner);
+}
+
+Conversation conversation(
+    const SampleConversation& sample, const Person& owner, std::size_t number, std::chrono::sys_seconds now)
 {
     Person correspondent{sample.name, sample.address};
     Conversation made{
@@ -283,8 +326,8 @@ Conversation conversation(const SampleConversation& sample, std::size_t number, 
     for (const SampleMessage& message : sample.messages) {
         bool own = message.sender == Sender::owner;
         made.messages.push_back({
-            .from = own ? sampleOwner() : correspondent,
-            .to = own ? correspondent : sampleOwner(),
+            .from = own ? owner : correspondent,
+            .to = own ? correspondent : owner,
             .sentAt = now - message.age,
             .text = message.text,
         });
@@ -294,12 +337,19 @@ Conversation conversation(const SampleConversation& sample, std::size_t number, 
 
 } // namespace
 
-Mailbox Mailbox::sample(std::chrono::sys_seconds now)
+const std::vector<Person>& Mailbox::sampleOwners()
+{
+    static const std::vector<Person> owners{
+        {"Robin Ellery", "robin@example.com"}, {"Noor Haddad", "noor@example.com"}};
+    return owners;
+}
+
+Mailbox Mailbox::sample(std::chrono::sys_seconds now, std::size_t owner)
 {
     Mailbox mailbox;
-    mailbox.reader = sampleOwner();
-    for (const SampleConversation& sample : samples())
-        mailbox.held.push_back(conversation(sample, mailbox.held.size() + 1, now));
+    mailbox.reader = sampleOwners().at(owner);
+    for (const SampleConversation& sample : samples(owner))
+        mailbox.held.push_back(conversation(sample, mailbox.reader, mailbox.held.size() + 1, now));
     std::ranges::stable_sort(mailbox.held, std::ranges::greater(),
         [](const Conversation& conversation) { return conversation.messages.back().sentAt; });
     return mailbox;

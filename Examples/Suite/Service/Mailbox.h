@@ -65,8 +65,11 @@ struct Draft {
 /// The conversations of one reader, newest first.
 class Mailbox {
 public:
-    /// A mailbox of sample conversations, whose times lie before the given one.
-    static Mailbox sample(std::chrono::sys_seconds now);
+    /// The readers that there are samples for.
+    static const std::vector<Person>& sampleOwners();
+
+    /// A mailbox of sample conversations of one of them, whose times lie before the given one.
+    static Mailbox sample(std::chrono::sys_seconds now, std::size_t owner = 0);
 
     /// The reader, who is the sender of some of the messages.
     const Person& owner() const;

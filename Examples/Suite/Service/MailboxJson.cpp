@@ -93,6 +93,21 @@ std::string recordText(const Conversation& conversation)
     return dump(record);
 }
 
+std::string newsText(const Mailbox& mailbox)
+{
+    const auto unread = std::ranges::count_if(mailbox.conversations(),
+        [](const Conversation& conversation) { return conversation.unread && !conversation.done; });
+    return dump({{"owner", personJson(mailbox.owner())}, {"unread", unread}});
+}
+
+std::string ownersText(const std::vector<Person>& owners)
+{
+    Json people = Json::array();
+    for (const Person& owner : owners)
+        people.push_back(personJson(owner));
+    return dump({{"accounts", std::move(people)}});
+}
+
 std::string errorText(std::string_view message)
 {
     return dump({{"error", message}});
@@ -140,6 +155,17 @@ std::expected<Draft, std::string> readDraft(std::string_view text)
         return std::unexpected("The fields \"subject\" and \"text\" have to be texts.");
     return Draft{to.get<std::vector<std::string>>(), body["subject"].get<std::string>(),
         body["text"].get<std::string>()};
+}
+
+std::expected<SignIn, std::string> readSignIn(std::string_view text)
+{
+    const Json body = Json::parse(text, nullptr, false);
+    if (body.is_discarded())
+        return std::unexpected("The body is not JSON.");
+    const auto isText = [&](const char* name) { return body.contains(name) && body[name].is_string(); };
+    if (!body.is_object() || body.size() != 2 || !isText("address") || !isText("password"))
+        return std::unexpected("The body has to be an object with the texts \"address\" and \"password\".");
+    return SignIn{body["address"].get<std::string>(), body["password"].get<std::string>()};
 }
 
 } // namespace LumoSuite

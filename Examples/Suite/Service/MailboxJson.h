@@ -16,6 +16,12 @@ std::string listText(const Mailbox& mailbox);
 /// A conversation as JSON text, with its messages.
 std::string recordText(const Conversation& conversation);
 
+/// What is new in a mailbox, for a page that asks in the background: whose it is and how many conversations are unread.
+std::string newsText(const Mailbox& mailbox);
+
+/// The readers who can sign in, for the page where they do.
+std::string ownersText(const std::vector<Person>& owners);
+
 /// A failure as the JSON text of an object with the field "error".
 std::string errorText(std::string_view message);
 
@@ -30,5 +36,16 @@ std::expected<MarkChange, std::string> readMarkChange(std::string_view text);
 ///
 /// Errors: a sentence that says what is wrong with the text.
 std::expected<Draft, std::string> readDraft(std::string_view text);
+
+/// Who wants to sign in.
+struct SignIn {
+    std::string address;
+    std::string password;
+};
+
+/// Reads an object with the texts "address" and "password", and no other field.
+///
+/// Errors: a sentence that says what is wrong with the text.
+std::expected<SignIn, std::string> readSignIn(std::string_view text);
 
 } // namespace LumoSuite

@@ -3,6 +3,7 @@
 #include "Mailbox.h"
 #include "MailboxJson.h"
 #include "PageFiles.h"
+#include "Sessions.h"
 
 #include <libsoup/soup.h>
 
@@ -65,6 +66,8 @@ struct Request {
     std::string_view body;
     SoupMessageHeaders* headers;
 
+    std::string_view cookies() const { return header("Cookie").value_or(""); }
+
     // Every value of a header joined by commas, as one text; nothing without the header.
     std::optional<std::string_view> header(const char* name) const
     {
@@ -84,6 +87,16 @@ Response failure(int status, std::string_view message)
 {
     return {.status = status, .type = std::string(jsonType), .body = errorText(message), .headers = {}};
 }
+
+// A cookie that script cannot read, for the whole service. Source: RFC 6265, section 4.1.
+std::pair<std::string, std::string> setCookie(std::string_view name, std::string_view value, int seconds)
+{
+    return {"Set-Cookie",
+        std::string(name) + "=" + std::string(value)
+            + "; Path=/; HttpOnly; SameSite=Lax; Max-Age=" + std::to_string(seconds)};
+}
+
+constexpr int sessionSeconds = 30 * 24 * 60 * 60;
 
 Response json(std::string text)
 {
@@ -176,7 +189,7 @@ void send(SoupServerMessage* message, const Response& response)
     soup_message_headers_replace(headers, "X-Content-Type-Options", "nosniff");
     soup_message_headers_replace(headers, "Cache-Control", "no-cache");
     for (const auto& [name, value] : response.headers)
-        soup_message_headers_replace(headers, name.c_str(), value.c_str());
+        soup_message_headers_append(headers, name.c_str(), value.c_str());
     soup_server_message_set_response(message, response.type.empty() ? nullptr : response.type.c_str(),
         SOUP_MEMORY_COPY, response.body.data(), response.body.size());
     // The one status in use here for which the library has no words.
@@ -250,19 +263,25 @@ struct Service::Native {
         }
     };
 
-    static const std::array<Route, 8> routes;
+    static const std::array<Route, 16> routes;
 
+    const bool signIn;
     PageFiles pages;
-    Mailbox mailbox;
+    Sessions sessions;
+    std::vector<Mailbox> mailboxes;
     ObjectPointer<SoupServer> server;
     std::uint16_t port = 0;
     std::string host;
     std::string origin;
 
-    explicit Native(PageFiles opened)
-        : pages(std::move(opened))
-        , mailbox(Mailbox::sample(std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now())))
+    Native(PageFiles opened, const Options& options)
+        : signIn(options.signIn)
+        , pages(std::move(opened))
+        , sessions(options.sessions)
     {
+        const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+        for (std::size_t owner = 0; owner < Mailbox::sampleOwners().size(); ++owner)
+            mailboxes.push_back(Mailbox::sample(now, owner));
     }
 
     ~Native()
@@ -282,23 +301,47 @@ struct Service::Native {
 
     Response toStart(const Request& request) { return redirect(request, "/start"); }
     Response toInbox(const Request& request) { return redirect(request, "/inbox/"); }
+    Response toSignIn(const Request& request) { return redirect(request, "/sign-in/"); }
     Response page(const Request& request);
-    Response listConversations(const Request& request);
-    Response showConversation(const Request& request);
-    Response changeConversation(const Request& request);
-    Response beginConversation(const Request& request);
+    Response inboxPage(const Request& request);
+    Response listAccounts(const Request& request);
+    Response beginSession(const Request& request);
+    Response endSession(const Request& request);
+    Response turnSession(const Request& request);
+
+    // What a reader asks for, of the mailbox of whoever is signed in.
+    using MailHandler = Response (*)(Mailbox&, const Request&);
+    template <MailHandler handler> Response mail(const Request& request)
+    {
+        const auto reader = signIn ? sessions.account(request.cookies()) : 0;
+        return reader ? handler(mailboxes.at(*reader), request)
+                      : failure(SOUP_STATUS_UNAUTHORIZED, "Nobody is signed in.");
+    }
+    static Response listConversations(Mailbox& mailbox, const Request& request);
+    static Response showConversation(Mailbox& mailbox, const Request& request);
+    static Response changeConversation(Mailbox& mailbox, const Request& request);
+    static Response beginConversation(Mailbox& mailbox, const Request& request);
+    static Response tellNews(Mailbox& mailbox, const Request& request);
 };
 
 // The whole of what the service answers. HEAD goes where GET goes; the first route that fits is taken.
-constinit const std::array<Service::Native::Route, 8> Service::Native::routes{
+constinit const std::array<Service::Native::Route, 16> Service::Native::routes{
     Route{"GET", "/", Reach::exact, &Native::toStart},
     Route{"GET", "/start", Reach::exact, &Native::toInbox},
     Route{"GET", "/inbox", Reach::exact, &Native::toInbox},
+    Route{"GET", "/inbox/", Reach::exact, &Native::inboxPage},
     Route{"GET", "/inbox/", Reach::below, &Native::page},
-    Route{"GET", "/api/conversations", Reach::exact, &Native::listConversations},
-    Route{"POST", "/api/conversations", Reach::exact, &Native::beginConversation},
-    Route{"GET", "/api/conversations/", Reach::below, &Native::showConversation},
-    Route{"POST", "/api/conversations/", Reach::below, &Native::changeConversation},
+    Route{"GET", "/sign-in", Reach::exact, &Native::toSignIn},
+    Route{"GET", "/sign-in/", Reach::below, &Native::page},
+    Route{"GET", "/api/accounts", Reach::exact, &Native::listAccounts},
+    Route{"POST", "/api/sign-in", Reach::exact, &Native::beginSession},
+    Route{"POST", "/api/sign-out", Reach::exact, &Native::endSession},
+    Route{"POST", "/api/turn", Reach::exact, &Native::turnSession},
+    Route{"GET", "/api/news", Reach::exact, &Native::mail<&tellNews>},
+    Route{"GET", "/api/conversations", Reach::exact, &Native::mail<&listConversations>},
+    Route{"POST", "/api/conversations", Reach::exact, &Native::mail<&beginConversation>},
+    Route{"GET", "/api/conversations/", Reach::below, &Native::mail<&showConversation>},
+    Route{"POST", "/api/conversations/", Reach::below, &Native::mail<&changeConversation>},
 };
 
 std::expected<void, std::string> Service::Native::listen(std::uint16_t wanted)
@@ -423,19 +466,72 @@ Response Service::Native::page(const Request& request)
     return {.type = std::string(file->type), .body = std::move(file->bytes), .headers = {}};
 }
 
-Response Service::Native::listConversations(const Request&)
+Response Service::Native::inboxPage(const Request& request)
+{
+    return !signIn || sessions.account(request.cookies()) ? page(request) : toSignIn(request);
+}
+
+Response Service::Native::listAccounts(const Request&)
+{
+    return json(ownersText(Mailbox::sampleOwners()));
+}
+
+Response Service::Native::beginSession(const Request& request)
+{
+    const auto wanted = readSignIn(request.body);
+    if (!wanted)
+        return failure(SOUP_STATUS_BAD_REQUEST, wanted.error());
+    const auto& owners = Mailbox::sampleOwners();
+    const auto owner = std::ranges::find(owners, wanted->address, &Person::address);
+    if (owner == owners.end() || wanted->password != "lumo")
+        return failure(SOUP_STATUS_FORBIDDEN, "The address and the password do not belong together.");
+    const auto cookies = sessions.begin(static_cast<std::size_t>(owner - owners.begin()));
+    return {.type = std::string(jsonType),
+        .body = ownersText({*owner}),
+        .headers = {setCookie(Sessions::stayingCookie, cookies.staying, sessionSeconds),
+            setCookie(Sessions::turningCookie, cookies.turning, sessionSeconds)}};
+}
+
+Response Service::Native::endSession(const Request& request)
+{
+    sessions.end(request.cookies());
+    return {.status = SOUP_STATUS_NO_CONTENT,
+        .type = {},
+        .body = {},
+        .headers = {setCookie(Sessions::stayingCookie, "", 0), setCookie(Sessions::turningCookie, "", 0)}};
+}
+
+Response Service::Native::turnSession(const Request& request)
+{
+    if (!signIn)
+        return {.status = SOUP_STATUS_NO_CONTENT, .type = {}, .body = {}, .headers = {}};
+    const auto next = sessions.turn(request.cookies());
+    if (!next)
+        return failure(SOUP_STATUS_UNAUTHORIZED, "Nobody is signed in.");
+    return {.status = SOUP_STATUS_NO_CONTENT,
+        .type = {},
+        .body = {},
+        .headers = {setCookie(Sessions::turningCookie, *next, sessionSeconds)}};
+}
+
+Response Service::Native::tellNews(Mailbox& mailbox, const Request&)
+{
+    return json(newsText(mailbox));
+}
+
+Response Service::Native::listConversations(Mailbox& mailbox, const Request&)
 {
     return json(listText(mailbox));
 }
 
-Response Service::Native::showConversation(const Request& request)
+Response Service::Native::showConversation(Mailbox& mailbox, const Request& request)
 {
     const Conversation* conversation = mailbox.find(request.rest);
     return conversation ? json(recordText(*conversation))
                         : failure(SOUP_STATUS_NOT_FOUND, "There is no such conversation.");
 }
 
-Response Service::Native::changeConversation(const Request& request)
+Response Service::Native::changeConversation(Mailbox& mailbox, const Request& request)
 {
     if (!mailbox.find(request.rest))
         return failure(SOUP_STATUS_NOT_FOUND, "There is no such conversation.");
@@ -445,7 +541,7 @@ Response Service::Native::changeConversation(const Request& request)
     return json(recordText(*mailbox.change(request.rest, *marks)));
 }
 
-Response Service::Native::beginConversation(const Request& request)
+Response Service::Native::beginConversation(Mailbox& mailbox, const Request& request)
 {
     const auto draft = readDraft(request.body);
     if (!draft)
@@ -468,7 +564,7 @@ std::expected<std::unique_ptr<Service>, std::string> Service::start(Options opti
     auto pages = PageFiles::open(options.pages);
     if (!pages)
         return std::unexpected(pages.error());
-    auto native = std::make_unique<Native>(std::move(*pages));
+    auto native = std::make_unique<Native>(std::move(*pages), options);
     if (auto listening = native->listen(options.port); !listening)
         return std::unexpected(listening.error());
     return std::unique_ptr<Service>(new Service(std::move(native)));
@@ -477,6 +573,11 @@ std::expected<std::unique_ptr<Service>, std::string> Service::start(Options opti
 std::uint16_t Service::port() const
 {
     return native->port;
+}
+
+std::size_t Service::destroyedSessions() const
+{
+    return native->sessions.destroyed();
 }
 
 std::string Service::origin() const

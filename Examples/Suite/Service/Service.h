@@ -4,13 +4,14 @@
 #include <expected>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace LumoSuite {
 
 /// The loopback web service of the example suite: it serves the applications' pages and their data.
 ///
-/// Data is in memory and starts afresh with each service. The service trusts nothing that arrives: bodies are
+/// Mail is in memory and starts afresh with each service. The service trusts nothing that arrives: bodies are
 /// limited, paths cannot leave the pages' directory, and other web pages can neither read nor change the
 /// data.
 ///
@@ -26,6 +27,11 @@ public:
         std::filesystem::path pages;
         /// The port on 127.0.0.1, where 0 lets the system choose a free one.
         std::uint16_t port = 0;
+        /// Whether readers sign in, which they do with their address and the password "lumo". If not, everybody is
+        /// the first one.
+        bool signIn = false;
+        /// Where the sessions of those who signed in are kept; without it they last as long as the service.
+        std::optional<std::filesystem::path> sessions;
     };
 
     /// Starts to listen on 127.0.0.1.
@@ -46,6 +52,9 @@ public:
     ///
     /// Source: RFC 6454, section 6.2.
     std::string origin() const;
+
+    /// How many sessions the service has ended because a request was not as one of their own would be.
+    std::size_t destroyedSessions() const;
 
 private:
     struct Native;

@@ -30,7 +30,9 @@ struct UnrefLoop {
 
 using LoopPointer = std::unique_ptr<GMainLoop, UnrefLoop>;
 
-constexpr std::string_view usage = "usage: lumo-service [--port N] [--pages DIR] [--until-stdin-closes]\n";
+constexpr std::string_view usage =
+    "usage: lumo-service [--port N] [--pages DIR] [--sign-in] [--sessions FILE] "
+    "[--until-stdin-closes]\n";
 
 std::optional<std::uint16_t> readPort(std::string_view text)
 {
@@ -47,7 +49,7 @@ std::expected<Arguments, std::string> readArguments(std::span<char*> words)
     arguments.service.pages = LUMO_SERVICE_PAGES;
     for (std::size_t index = 0; index < words.size(); ++index) {
         std::string_view word = words[index];
-        bool takesValue = word == "--port" || word == "--pages";
+        bool takesValue = word == "--port" || word == "--pages" || word == "--sessions";
         if (takesValue && index + 1 == words.size())
             return std::unexpected(std::string(word) + " needs a value");
         if (word == "--port") {
@@ -57,6 +59,10 @@ std::expected<Arguments, std::string> readArguments(std::span<char*> words)
             arguments.service.port = *port;
         } else if (word == "--pages") {
             arguments.service.pages = words[++index];
+        } else if (word == "--sessions") {
+            arguments.service.sessions = words[++index];
+        } else if (word == "--sign-in") {
+            arguments.service.signIn = true;
         } else if (word == "--until-stdin-closes") {
             arguments.untilStdinCloses = true;
         } else if (word == "--help") {

@@ -50,6 +50,8 @@
 
     async function fetchJson(path, options = {}) {
         const response = await fetch(path, { ...options, headers: { Accept: 'application/json', ...options.headers } });
+        if (response.status === 401)
+            location.replace('/sign-in/' + location.search);
         if (!response.ok)
             throw new Error(`${options.method ?? 'GET'} ${path} answered ${response.status}`);
         return response.json();
@@ -905,6 +907,8 @@
         }
         connect();
         loadList();
+        const lanes = Number(parameters.get('lanes'));
+        window.LumoBackground.start(lanes > 1 && lanes <= 6 ? Math.floor(lanes) : 1);
     }
 
     start();

@@ -1,0 +1,50 @@
+'use strict';
+
+(() => {
+    const element = (id) => document.getElementById(id);
+
+    function post(name, body) {
+        window.webkit?.messageHandlers?.[name]?.postMessage(body);
+    }
+
+    async function listAccounts() {
+        const answer = await (await fetch('/api/accounts')).json();
+        for (const { name, address } of answer.accounts)
+            element('address').add(new Option(`${name} – ${address}`, address));
+        element('password').focus();
+    }
+
+    async function signIn() {
+        element('submit').disabled = true;
+        element('problem').hidden = true;
+        const response = await fetch('/api/sign-in', {
+            method: 'POST',
+            headers: { 'Content-Type': 'application/json' },
+            body: JSON.stringify({ address: element('address').value, password: element('password').value }),
+        });
+        if (response.ok)
+            return location.replace('/inbox/' + location.search);
+        element('submit').disabled = false;
+        element('problem').textContent = response.status === 403
+            ? 'The password is not right.' : 'The service could not sign you in.';
+        element('problem').hidden = false;
+        element('password').select();
+    }
+
+    element('form').addEventListener('submit', (event) => {
+        event.preventDefault();
+        signIn();
+    });
+
+    // What the host may call.
+    window.LumoSignIn = Object.freeze({
+        // Signs in as a person would.
+        signIn(address, password) {
+            element('address').value = address;
+            element('password').value = password;
+            element('form').requestSubmit();
+        },
+    });
+
+    listAccounts().then(() => post('signInShown', null));
+})();
