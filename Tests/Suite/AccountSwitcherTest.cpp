@@ -91,18 +91,28 @@ protected:
     }
 
     /// Waits until the service has replaced the cookie that often.
-    bool awaitTurns(int turns)
+    testing::AssertionResult awaitTurns(int turns)
     {
-        std::string last = turningCookie();
-        while (turns > 0) {
-            const std::string now = turningCookie();
-            if (now.empty())
-                return false;
-            if (now != last)
-                --turns;
+        for (std::string last = turningCookie(); turns > 0; --turns) {
+            std::string now;
+            const bool turned = waitForOthers([&] { return (now = turningCookie()) != last; });
+            if (!turned || now.empty())
+                return testing::AssertionFailure() << "the page does not turn its cookie: " << state();
             last = now;
         }
-        return true;
+        return testing::AssertionSuccess();
+    }
+
+    /// What the page is about.
+    std::string state()
+    {
+        std::optional<std::string> told;
+        view->evaluateJavaScript("location.href + ' ' + document.readyState + ' ' + document.visibilityState",
+            [&](const std::optional<Value>& result, const std::optional<Error>& error) {
+                told = result ? result->description() : error->description;
+            });
+        static_cast<void>(waitUntil([&] { return told.has_value(); }));
+        return told.value_or("it does not answer");
     }
 
     std::unique_ptr<LumoSuite::Service> service;

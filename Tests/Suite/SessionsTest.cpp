@@ -62,6 +62,17 @@ TEST(Sessions, ForgiveTheCookieThatWasReplacedLastAndNoOlderOne)
     EXPECT_EQ(sessions.account(header(cookies.staying, third)), std::nullopt);
 }
 
+TEST(Sessions, ForgiveTheCookieWhoseSuccessorGotLost)
+{
+    Sessions sessions;
+    const auto cookies = sessions.begin(0);
+    static_cast<void>(sessions.turn(header(cookies.staying, cookies.turning))); // never arrives
+    const auto third = sessions.turn(header(cookies.staying, cookies.turning)).value();
+    EXPECT_EQ(sessions.account(header(cookies.staying, cookies.turning)), 0u);
+    EXPECT_EQ(sessions.account(header(cookies.staying, third)), 0u);
+    EXPECT_EQ(sessions.destroyed(), 0u);
+}
+
 TEST(Sessions, EndWhenTheirReaderWants)
 {
     Sessions sessions;

@@ -96,7 +96,9 @@ std::optional<std::string> Sessions::turn(std::string_view cookieHeader)
     const auto found = find(cookieHeader);
     if (found == sessions.end())
         return std::nullopt;
-    found->second.before = std::exchange(found->second.turning, randomText());
+    // What the request has, and not what it was to have: a cookie may get lost on its way to a page that is left.
+    found->second.before = cookie(cookieHeader, turningCookie);
+    found->second.turning = randomText();
     write();
     return found->second.turning;
 }
