@@ -41,6 +41,19 @@ NSPopUpButton::NSPopUpButton(const std::vector<std::string>& titles, const CGRec
     gtk_combo_box_set_active(nativeOf(*this).box(), 0);
 }
 
+void NSPopUpButton::addItem(const std::string& withTitle)
+{
+    gtk_combo_box_text_append_text(GTK_COMBO_BOX_TEXT(nativeOf(*this).box()), withTitle.c_str());
+}
+
+void NSPopUpButton::removeAllItems()
+{
+    auto& native = nativeOf(*this);
+    const bool before = std::exchange(native.choosing, true);
+    gtk_combo_box_text_remove_all(GTK_COMBO_BOX_TEXT(native.box()));
+    native.choosing = before;
+}
+
 std::int64_t NSPopUpButton::numberOfItems() const
 {
     return gtk_tree_model_iter_n_children(gtk_combo_box_get_model(nativeOf(*this).box()), nullptr);

@@ -18,6 +18,8 @@ public:
     /// The first item is the chosen one.
     explicit NSPopUpButton(const std::vector<std::string>& titles, const CGRect& frame = {});
 
+    void addItem(const std::string& withTitle);
+    void removeAllItems();
     [[nodiscard]] std::int64_t numberOfItems() const;
     /// Counted from zero; -1 where there is none.
     [[nodiscard]] std::int64_t indexOfSelectedItem() const;

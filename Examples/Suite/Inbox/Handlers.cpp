@@ -22,6 +22,14 @@ class InboxReadyHandler : public ScriptMessageHandler<HasInbox> {
     }
 };
 
+class SignInShownHandler : public ScriptMessageHandler<HasInbox> {
+    [[nodiscard]] std::string messageName() const override { return "signInShown"; }
+    void handleMessage(const std::string&, const Value&, const HasInbox& inbox) override
+    {
+        inbox.signInShown();
+    }
+};
+
 class UnreadCountHandler : public ScriptMessageHandler<HasInbox> {
     [[nodiscard]] std::string messageName() const override { return "unreadCount"; }
     void handleMessage(const std::string&, const Value& body, const HasInbox& inbox) override
@@ -95,7 +103,7 @@ class PageErrorHandler : public ScriptMessageHandler<HasInbox> {
 
 std::vector<std::shared_ptr<AnyScriptMessageHandler>> makeInboxHandlers()
 {
-    return {std::make_shared<InboxReadyHandler>(), std::make_shared<UnreadCountHandler>(),
+    return {std::make_shared<InboxReadyHandler>(), std::make_shared<SignInShownHandler>(), std::make_shared<UnreadCountHandler>(),
         std::make_shared<ConversationOpenedHandler>(), std::make_shared<ConversationDoneHandler>(),
         std::make_shared<ComposeOpenedHandler>(), std::make_shared<MailSentHandler>(),
         std::make_shared<PaintedHandler>(), std::make_shared<SchemeChangedHandler>(),

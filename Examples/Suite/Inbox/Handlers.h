@@ -24,6 +24,8 @@ struct Owner {
 class HasInbox : public LumoKit::ServiceInterface {
 public:
     virtual void inboxReady(std::int64_t conversations, const Owner& owner) const = 0;
+    /// The page asks to sign in.
+    virtual void signInShown() const = 0;
     virtual void unreadCountChanged(std::int64_t count) const = 0;
     virtual void conversationOpened(const Conversation& conversation) const = 0;
     virtual void conversationDone(const std::string& id, bool done) const = 0;

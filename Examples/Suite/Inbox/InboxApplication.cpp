@@ -1,11 +1,13 @@
 #include "InboxApplication.h"
 
 #include "InboxSettings.h"
+#include "Support/SecretCookieStorage.h"
 #include "Support/SharedAccounts.h"
 
 #include <LumoKit/MailTo/MailToManager.h>
 #include <LumoKit/Platform/Foundation/Bundle.h>
 #include <LumoKit/Platform/Foundation/JSONSerialization.h>
+#include <LumoKit/Utility/FileSystem.h>
 #include <LumoKit/Utility/Pluralize.h>
 #include <LumoKit/WebView/BundleResources.h>
 
@@ -37,6 +39,7 @@ public:
     {
         tell(&HasInbox::inboxReady, conversations, owner);
     }
+    void signInShown() const override { tell(&HasInbox::signInShown); }
     void unreadCountChanged(std::int64_t count) const override { tell(&HasInbox::unreadCountChanged, count); }
     void conversationOpened(const Conversation& opened) const override
     {
@@ -126,16 +129,42 @@ void InboxApplication::start()
     if (page)
         return view->load(*page);
     const Bundle& bundle = Bundle::main();
+    const std::filesystem::path data = FileSystemUtils::applicationDataDirectoryURL().path();
     service = std::make_unique<ServiceProcess>(bundle.bundlePath() / "Contents" / "Linux" / "lumo-service",
-        bundle.resourcePath(), [weak = weak_from_this()](const std::expected<std::string, Error>& origin) {
+        std::vector<std::string>{
+            "--pages", bundle.resourcePath(), "--sign-in", "--sessions", data / "ServiceSessions"},
+        [weak = weak_from_this()](const std::expected<std::string, Error>& origin) {
             const auto application = weak.lock();
             if (!application)
                 return;
             if (!origin)
                 return application->showOffline(origin.error());
             application->report("service: listening");
-            application->view->load(*URL::parse(*origin + "/"));
+            application->showService(*origin);
         });
+}
+
+void InboxApplication::showService(const std::string& origin)
+{
+    const std::filesystem::path data = FileSystemUtils::applicationDataDirectoryURL().path();
+    switcher = std::make_shared<AccountSwitcher>(
+        view, std::make_shared<MultiCookieJar>(makeCookieStorage(data / "Cookies")), *URL::parse(origin + "/"));
+    switcher->show(settings->get(InboxSettings::account));
+}
+
+bool InboxApplication::applicationShouldTerminate()
+{
+    if (!switcher || hasKeptCookies)
+        return true;
+    // The cookies of the last moment are kept first; an engine that does not answer must not hold up the end.
+    const auto end = [weak = weak_from_this()] {
+        const auto application = weak.lock();
+        if (application && !std::exchange(application->hasKeptCookies, true))
+            DispatchQueue::main()->async([] { NSApplication::shared().terminate(); });
+    };
+    switcher->keep(end);
+    DispatchQueue::main()->asyncAfter(DispatchTime::clock::now() + std::chrono::seconds(2), end);
+    return false;
 }
 
 void InboxApplication::followThemeMode()
@@ -182,6 +211,23 @@ void InboxApplication::addControls(const CGSize& size)
 {
     const double y = size.height - barHeight + 7;
     const auto content = mainWindow->contentView();
+    accounts = std::make_shared<NSPopUpButton>(
+        std::vector<std::string>(), CGRect{{size.width - 504, y}, {196, 32}});
+    accounts->setAutoresizing({.minXMargin = true, .minYMargin = true});
+    accounts->setAction([weak = weak_from_this()](NSPopUpButton& chosen) {
+        const auto application = weak.lock();
+        if (!application || !application->switcher)
+            return;
+        const auto shared = sharedAccounts();
+        const auto index = static_cast<std::size_t>(chosen.indexOfSelectedItem());
+        const std::string account = index < shared.size() ? shared[index].email() : "";
+        application->report("account chosen: " + account);
+        application->ready = false;
+        application->switcher->show(account);
+    });
+    content->addSubview(accounts);
+    showAccounts();
+
     themes = std::make_shared<NSPopUpButton>(
         std::vector<std::string>{"Automatic", "Light", "Dark"}, CGRect{{size.width - 296, y}, {136, 32}});
     themes->setAutoresizing({.minXMargin = true, .minYMargin = true});
@@ -199,6 +245,19 @@ void InboxApplication::addControls(const CGSize& size)
             application->markDone();
     });
     content->addSubview(button);
+}
+
+void InboxApplication::showAccounts() const
+{
+    accounts->removeAllItems();
+    std::int64_t chosen = -1;
+    for (const Account& account : sharedAccounts()) {
+        if (switcher && account.email() == switcher->account())
+            chosen = accounts->numberOfItems();
+        accounts->addItem(account.fullname());
+    }
+    accounts->addItem("Add Account…");
+    accounts->selectItem(chosen);
 }
 
 void InboxApplication::windowDidResize(NSWindow& window)
@@ -232,17 +291,36 @@ void InboxApplication::navigated(ProxyWebView::NavigationType type, const URL& u
     using enum ProxyWebView::NavigationType;
     const std::string what = type == startLoad ? "start" : type == redirect ? "redirect" : "finish";
     report("navigation " + what + ": " + (page ? url.absoluteString() : url.path()));
+    if (type == finishLoad && switcher)
+        switcher->pageWasLoaded(url);
 }
 
 void InboxApplication::inboxReady(std::int64_t conversations, const Owner& owner) const
 {
     report("page ready: " + std::to_string(conversations) + " " + pluralize("conversation", conversations));
-    if (!owner.address.empty())
+    if (!owner.address.empty()) {
         shareAccount(owner.name, owner.address);
+        settings->set(InboxSettings::account, owner.address);
+        if (switcher)
+            switcher->pageIsSignedIn(owner.address);
+        showAccounts();
+        report("account shown: " + owner.address);
+    }
     for (const Account& account : sharedAccounts())
         report("account of the suite: " + account.fullname() + " <" + account.email() + ">");
     ready = true;
     composeMails();
+}
+
+void InboxApplication::signInShown() const
+{
+    report("sign-in form shown");
+    setTitle("");
+    if (button)
+        button->setEnabled(false);
+    if (switcher)
+        switcher->pageIsSignedOut();
+    showAccounts();
 }
 
 void InboxApplication::unreadCountChanged(std::int64_t count) const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Handlers.h"
+#include "Support/AccountSwitcher.h"
 #include "Support/ServiceProcess.h"
 
 #include <LumoKit/MailTo/MailToParser.h>
@@ -41,15 +42,19 @@ public:
     [[nodiscard]] const std::shared_ptr<LumoKit::NSWindow>& window() const { return mainWindow; }
     [[nodiscard]] const std::shared_ptr<LumoKit::NSButton>& doneButton() const { return button; }
     [[nodiscard]] const std::shared_ptr<LumoKit::NSPopUpButton>& themeMenu() const { return themes; }
+    /// The accounts of the suite, and an item to add one.
+    [[nodiscard]] const std::shared_ptr<LumoKit::NSPopUpButton>& accountMenu() const { return accounts; }
     [[nodiscard]] LumoKit::WebViewJavascriptExecutor& executor() { return *scripts; }
 
 private:
     bool applicationShouldTerminateAfterLastWindowClosed() override { return true; }
+    bool applicationShouldTerminate() override;
 
     void windowWillClose(LumoKit::NSWindow&) override { report("window closed"); }
     void windowDidResize(LumoKit::NSWindow&) override;
 
     void inboxReady(std::int64_t conversations, const Owner& owner) const override;
+    void signInShown() const override;
     void unreadCountChanged(std::int64_t count) const override;
     void conversationOpened(const Conversation& conversation) const override;
     void conversationDone(const std::string& id, bool done) const override;
@@ -64,6 +69,8 @@ private:
     /// Shows what waits to be written, once the page can.
     void composeMails() const;
     void addControls(const LumoKit::CGSize& size);
+    void showService(const std::string& origin);
+    void showAccounts() const;
     void navigated(LumoKit::ProxyWebView::NavigationType type, const LumoKit::URL& url) const;
     void showOffline(const LumoKit::Error& error);
     void setTitle(const std::string& title) const;
@@ -75,11 +82,14 @@ private:
     std::shared_ptr<LumoKit::NSWindow> mainWindow;
     std::shared_ptr<LumoKit::NSButton> button;
     std::shared_ptr<LumoKit::NSPopUpButton> themes;
+    std::shared_ptr<LumoKit::NSPopUpButton> accounts;
     std::shared_ptr<LumoKit::ProxyWebView> view;
+    std::shared_ptr<AccountSwitcher> switcher; // null for another page, and before the service listens
     std::unique_ptr<LumoKit::WebViewJavascriptExecutor> scripts;
     LumoKit::KeyValueObservation titleObservation;
     mutable std::deque<LumoKit::MailToParseResult> mails; // to be written, when the page is ready
     mutable bool ready = false;
+    bool hasKeptCookies = false; // nothing holds up the end any more
 };
 
 } // namespace LumoSuite

@@ -23,6 +23,9 @@ using LumoKit::SettingsKeys::KeyWithDefaultValue;
 inline const auto themeMode =
     KeyWithDefaultValue<LumoKit::ThemeMode>::create("themeMode", LumoKit::ThemeMode::automatic);
 
+/// The address of the account that was shown last; empty for none.
+inline const auto account = KeyWithDefaultValue<std::string>::create("account", "");
+
 /// How large the window's content was when it was last seen.
 inline const auto windowSize = KeyWithDefaultValue<LumoKit::CGSize>::create("windowSize", {1180, 760});
 

@@ -59,6 +59,30 @@ std::function<void()> choose(const std::weak_ptr<InboxApplication>& application,
     };
 }
 
+/// Chooses an item of the accounts' menu as a user does; the last one adds an account.
+std::function<void()> chooseAccount(const std::weak_ptr<InboxApplication>& application, std::string title)
+{
+    return [application, title = std::move(title)] {
+        const auto alive = application.lock();
+        if (!alive)
+            return;
+        const auto& menu = *alive->accountMenu();
+        alive->accountMenu()->selectItem(-1);
+        for (std::int64_t index = 0; index < menu.numberOfItems(); ++index) {
+            alive->accountMenu()->selectItem(index);
+            if (menu.titleOfSelectedItem() != title)
+                continue;
+            alive->accountMenu()->selectItem(-1);
+            return alive->accountMenu()->performActionForItem(index);
+        }
+    };
+}
+
+std::function<void()> addAccount(const std::weak_ptr<InboxApplication>& application)
+{
+    return chooseAccount(application, "Add Account…");
+}
+
 std::function<void()> resize(const std::weak_ptr<InboxApplication>& application)
 {
     return [application] {
@@ -133,7 +157,19 @@ std::vector<Tour::Step> inboxTour(const std::weak_ptr<InboxApplication>& applica
         {"the load starts", {}, "navigation start: /"},
         {"the server redirects once", {}, "navigation redirect: /start"},
         {"and once more", {}, "navigation redirect: /inbox"},
-        {"the page has loaded", {}, "navigation finish: /inbox"},
+        {"and to the form", {}, "navigation redirect: /sign-in"},
+        {"the page asks to sign in", {}, "sign-in form shown"},
+        awaitPainting(application),
+        savePicture(application, named(picture, "-sign-in"), report),
+        {"a reader signs in", run(application, "LumoSignIn.signIn('noor@example.com', 'lumo')"),
+            "account shown: noor@example.com"},
+        {"another account is added", addAccount(application), "account chosen: "},
+        {"the page asks to sign in again", {}, "sign-in form shown"},
+        {"another reader signs in", run(application, "LumoSignIn.signIn('robin@example.com', 'lumo')"),
+            "account shown: robin@example.com"},
+        {"the first one is shown without a form", chooseAccount(application, "Noor Haddad"),
+            "account shown: noor@example.com"},
+        {"and the other one, too", chooseAccount(application, "Robin Ellery"), "account shown: robin@example.com"},
         {"the page tells that it is ready", {}, "page ready"},
         {"the account is one of the suite's", {}, "account of the suite: "},
         {"the window's title tells what is unread", {}, "window title: "},

@@ -8,6 +8,7 @@
 // with. Links are received as they are from the desktop, wherever the application was started.
 
 #include "InboxApplication.h"
+#include "InboxSettings.h"
 #include "InboxTour.h"
 
 #include <LumoKit/Platform/ApplicationKit/LaunchServices.h>
@@ -71,6 +72,8 @@ int main(int count, char** arguments)
     bool complete = true;
     if (options->picture) {
         complete = false;
+        if (!options->page) // it signs in by itself
+            Settings::create(UserDefaults::standard())->set(InboxSettings::account, std::string());
         tour = std::make_shared<Tour>(
             (options->page ? pageTour : inboxTour)(inbox, *options->picture, report), [&](bool everything) {
                 complete = everything;

@@ -188,6 +188,8 @@ void send(SoupServerMessage* message, const Response& response)
     soup_message_headers_replace(headers, "Content-Security-Policy", "default-src 'self'");
     soup_message_headers_replace(headers, "X-Content-Type-Options", "nosniff");
     soup_message_headers_replace(headers, "Cache-Control", "no-cache");
+    // The library keeps connections for ever on which a client has broken off.
+    soup_message_headers_replace(headers, "Connection", "close");
     for (const auto& [name, value] : response.headers)
         soup_message_headers_append(headers, name.c_str(), value.c_str());
     soup_server_message_set_response(message, response.type.empty() ? nullptr : response.type.c_str(),

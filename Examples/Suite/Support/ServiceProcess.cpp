@@ -44,7 +44,7 @@ std::expected<std::string, Error> originIn(const std::expected<std::string, Erro
 } // namespace
 
 ServiceProcess::ServiceProcess(
-    const std::filesystem::path& executable, const std::filesystem::path& pages, const Started& started)
+    const std::filesystem::path& executable, std::vector<std::string> arguments, const Started& started)
 {
     std::array<int, 2> toChild{};
     std::array<int, 2> fromChild{};
@@ -57,11 +57,13 @@ ServiceProcess::ServiceProcess(
     ::posix_spawn_file_actions_adddup2(&actions, toChild[0], STDIN_FILENO);
     ::posix_spawn_file_actions_adddup2(&actions, fromChild[1], STDOUT_FILENO);
     std::string program = executable.string();
-    std::string folder = pages.string();
-    std::string flag = "--pages";
-    std::string until = "--until-stdin-closes";
-    std::array<char*, 5> arguments = {program.data(), flag.data(), folder.data(), until.data(), nullptr};
-    const int error = ::posix_spawn(&process, program.c_str(), &actions, nullptr, arguments.data(), environ);
+    arguments.insert(arguments.begin(), program);
+    arguments.emplace_back("--until-stdin-closes");
+    std::vector<char*> words;
+    for (std::string& argument : arguments)
+        words.push_back(argument.data());
+    words.push_back(nullptr);
+    const int error = ::posix_spawn(&process, program.c_str(), &actions, nullptr, words.data(), environ);
     ::posix_spawn_file_actions_destroy(&actions);
     ::close(toChild[0]);
     ::close(fromChild[1]);

@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace LumoSuite {
 
@@ -17,12 +18,12 @@ class ServiceProcess {
 public:
     using Started = std::function<void(const std::expected<std::string, LumoKit::Error>& origin)>;
 
-    /// Starts `executable` with the given pages and calls `started` with the service's origin
+    /// Starts `executable` with arguments and calls `started` with the service's origin
     /// ("http://127.0.0.1:port"), or why there is none.
     /// Lifetime: the service ends when this object is destroyed, and when the application dies, however it
     /// dies.
     ServiceProcess(
-        const std::filesystem::path& executable, const std::filesystem::path& pages, const Started& started);
+        const std::filesystem::path& executable, std::vector<std::string> arguments, const Started& started);
     ~ServiceProcess();
     ServiceProcess(const ServiceProcess&) = delete;
     ServiceProcess& operator=(const ServiceProcess&) = delete;
