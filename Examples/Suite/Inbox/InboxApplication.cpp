@@ -5,6 +5,7 @@
 #include "Support/SharedAccounts.h"
 
 #include <LumoKit/MailTo/MailToManager.h>
+#include <LumoKit/Platform/Dispatch/DispatchQueue.h>
 #include <LumoKit/Platform/Foundation/Bundle.h>
 #include <LumoKit/Platform/Foundation/JSONSerialization.h>
 #include <LumoKit/Utility/FileSystem.h>
@@ -163,7 +164,7 @@ bool InboxApplication::applicationShouldTerminate()
             DispatchQueue::main()->async([] { NSApplication::shared().terminate(); });
     };
     switcher->keep(end);
-    DispatchQueue::main()->asyncAfter(DispatchTime::clock::now() + std::chrono::seconds(2), end);
+    DispatchQueue::main()->asyncAfter(std::chrono::steady_clock::now() + std::chrono::seconds(2), end);
     return false;
 }
 
