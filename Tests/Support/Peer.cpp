@@ -12,7 +12,7 @@
 
 namespace LumoKit::Test {
 
-Peer::Peer(const std::vector<std::string>& arguments)
+Peer::Peer(const std::vector<std::string>& arguments, const std::string& name)
 {
     int down[2]; // to the peer
     int up[2];
@@ -25,7 +25,7 @@ Peer::Peer(const std::vector<std::string>& arguments)
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, down[0], 0);
     posix_spawn_file_actions_adddup2(&actions, up[1], 1);
-    std::string program = std::filesystem::read_symlink("/proc/self/exe").parent_path() / "preferences-peer";
+    std::string program = std::filesystem::read_symlink("/proc/self/exe").parent_path() / name;
     std::vector<char*> argv{program.data()};
     auto words = arguments;
     for (auto& word : words)

@@ -9,11 +9,12 @@
 
 namespace LumoKit::Test {
 
-/// Another process of this user: the program `preferences-peer`, which lies beside the tests. It ends with this object,
+/// Another process of this user: a program that lies beside the tests. It ends with this object,
 /// and is told by lines of text what to do; see there.
 class Peer {
 public:
-    explicit Peer(const std::vector<std::string>& arguments);
+    explicit Peer(
+        const std::vector<std::string>& arguments, const std::string& name = "preferences-peer");
     Peer(const Peer&) = delete;
     Peer& operator=(const Peer&) = delete;
     ~Peer();

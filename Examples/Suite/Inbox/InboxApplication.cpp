@@ -258,7 +258,7 @@ void InboxApplication::showAccounts() const
         accounts->addItem(account.fullname());
     }
     accounts->addItem("Add Account…");
-    accounts->selectItem(chosen);
+    accounts->selectItem(chosen < 0 ? accounts->numberOfItems() - 1 : chosen);
 }
 
 void InboxApplication::windowDidResize(NSWindow& window)
