@@ -118,7 +118,8 @@ TEST_F(DiskCookieStorageTest, TakesAnyTextAsAKey)
     for (std::size_t number = 0; number < keys.size(); ++number)
         storage.saveData(keys[number], jarOf("n" + std::to_string(number)));
     for (std::size_t number = 0; number < keys.size(); ++number)
-        EXPECT_EQ(storage.loadData(keys[number]), jarOf("n" + std::to_string(number))) << keys[number].substr(0, 80);
+        EXPECT_EQ(storage.loadData(keys[number]), jarOf("n" + std::to_string(number)))
+            << keys[number].substr(0, 80);
     std::set<std::string> names;
     for (std::string name : files()) {
         EXPECT_THAT(name, testing::MatchesRegex("_?[a-z0-9-]+\\.cookies"));
@@ -223,7 +224,9 @@ TEST_F(DiskCookieStorageTest, KeepsTheEntryWhenTheDiskIsFull)
 
 TEST_F(DiskCookieStorageTest, RemovesWhatKilledProcessesLeft)
 {
-    { DiskCookieStorage(folder).saveData("cookies", jarOf("a")); }
+    {
+        DiskCookieStorage(folder).saveData("cookies", jarOf("a"));
+    }
     for (const char* name : {"cookies.cookies.aB3xYz", "_0f.cookies.000000"})
         writeInPlace(folder / name, "half");
     for (const char* name : {"cookies.cookies.aB3xY", "cookies.cookies.aB3.Yz", "notes.aB3xYz"})
@@ -371,8 +374,8 @@ TEST_F(SecretCookieStorageTest, AsksTheUserForNothing)
     EXPECT_EQ(peer->ask("save cookies 1"), "ok");
     service.lock();
     EXPECT_EQ(peer->ask("available"), "no");
-    EXPECT_EQ(peer->ask("save cookies 2"),
-        "ok | The secret service does not take cookies: the keyring is locked");
+    EXPECT_EQ(
+        peer->ask("save cookies 2"), "ok | The secret service does not take cookies: the keyring is locked");
     EXPECT_EQ(
         peer->ask("load cookies"), "none | The secret service does not give cookies: the keyring is locked");
     service.stop();

@@ -13,8 +13,7 @@ namespace LumoKit::Test {
 /// and is told by lines of text what to do; see there.
 class Peer {
 public:
-    explicit Peer(
-        const std::vector<std::string>& arguments, const std::string& name = "preferences-peer");
+    explicit Peer(const std::vector<std::string>& arguments, const std::string& name = "preferences-peer");
     Peer(const Peer&) = delete;
     Peer& operator=(const Peer&) = delete;
     ~Peer();

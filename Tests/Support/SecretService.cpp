@@ -29,7 +29,8 @@ SecretService::SecretService()
 {
     writeInPlace(folder / "bus.conf",
         "<busconfig><type>session</type><listen>unix:dir=" + folder.path.string()
-            + "</listen><policy context='default'><allow send_destination='*'/><allow own='*'/></policy>"
+            + "</listen><policy context='default'><allow send_destination='*' eavesdrop='true'/>"
+              "<allow eavesdrop='true'/><allow own='*'/></policy>"
               "</busconfig>");
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0)
@@ -82,8 +83,7 @@ void SecretService::resume() const
 
 void SecretService::lock() const
 {
-    if (!call(
-            {"org.freedesktop.Secret.Service.Lock", "['/org/freedesktop/secrets/collection/login']"}))
+    if (!call({"org.freedesktop.Secret.Service.Lock", "['/org/freedesktop/secrets/collection/login']"}))
         throw std::runtime_error("not locked");
 }
 
@@ -121,8 +121,8 @@ pid_t SecretService::run(const std::vector<std::string>& words, int input, int o
 
 bool SecretService::call(const std::vector<std::string>& arguments) const
 {
-    std::vector<std::string> words{"gdbus", "call", "--session", "--timeout=10", "--dest=org.freedesktop.secrets",
-        "--object-path=/org/freedesktop/secrets", "--method"};
+    std::vector<std::string> words{"gdbus", "call", "--session", "--timeout=10",
+        "--dest=org.freedesktop.secrets", "--object-path=/org/freedesktop/secrets", "--method"};
     words.insert(words.end(), arguments.begin(), arguments.end());
     int status = 0;
     ::waitpid(run(words), &status, 0);
