@@ -68,6 +68,8 @@ public:
         g_autoptr(GDBusConnection) bus = g_bus_get_sync(G_BUS_TYPE_SESSION, cancellable, &error);
         if (!bus)
             return failure(error, "there is no session bus");
+        if (g_dbus_connection_is_closed(bus)) // the library takes it for granted that it is not
+            return std::unexpected("the session bus is gone");
         // The library uses the shared connection, which would end the application together with the bus.
         g_dbus_connection_set_exit_on_close(bus, FALSE);
         service = secret_service_open_sync(

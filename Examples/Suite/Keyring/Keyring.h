@@ -27,8 +27,8 @@ public:
         std::chrono::sys_seconds saved;
     };
 
-    /// What fits into an item: the service holds it in memory several times over.
-    static constexpr std::size_t maximumSize = std::size_t{16} << 20;
+    /// What an item holds at most: more would take a service longer than anybody waits for it.
+    static constexpr std::size_t maximumSize = std::size_t{4} << 20;
 
     /// `application` is any text; it keeps the suite's applications apart.
     explicit Keyring(const std::string& application);
