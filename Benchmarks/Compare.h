@@ -43,6 +43,7 @@ struct Outcome {
 
 /// The rows of each file.
 [[nodiscard]] std::vector<Row> bridgeRows();
+[[nodiscard]] std::vector<Row> cookieRows();
 [[nodiscard]] std::vector<Row> fileRows();
 [[nodiscard]] std::vector<Row> linkRows();
 [[nodiscard]] std::vector<Row> mainQueueRows();

@@ -103,11 +103,11 @@ class PageErrorHandler : public ScriptMessageHandler<HasInbox> {
 
 std::vector<std::shared_ptr<AnyScriptMessageHandler>> makeInboxHandlers()
 {
-    return {std::make_shared<InboxReadyHandler>(), std::make_shared<SignInShownHandler>(), std::make_shared<UnreadCountHandler>(),
-        std::make_shared<ConversationOpenedHandler>(), std::make_shared<ConversationDoneHandler>(),
-        std::make_shared<ComposeOpenedHandler>(), std::make_shared<MailSentHandler>(),
-        std::make_shared<PaintedHandler>(), std::make_shared<SchemeChangedHandler>(),
-        std::make_shared<PageErrorHandler>()};
+    return {std::make_shared<InboxReadyHandler>(), std::make_shared<SignInShownHandler>(),
+        std::make_shared<UnreadCountHandler>(), std::make_shared<ConversationOpenedHandler>(),
+        std::make_shared<ConversationDoneHandler>(), std::make_shared<ComposeOpenedHandler>(),
+        std::make_shared<MailSentHandler>(), std::make_shared<PaintedHandler>(),
+        std::make_shared<SchemeChangedHandler>(), std::make_shared<PageErrorHandler>()};
 }
 
 } // namespace LumoSuite

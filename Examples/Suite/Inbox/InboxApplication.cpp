@@ -148,8 +148,8 @@ void InboxApplication::start()
 void InboxApplication::showService(const std::string& origin)
 {
     const std::filesystem::path data = FileSystemUtils::applicationDataDirectoryURL().path();
-    switcher = std::make_shared<AccountSwitcher>(
-        view, std::make_shared<MultiCookieJar>(makeCookieStorage(data / "Cookies")), *URL::parse(origin + "/"));
+    switcher = std::make_shared<AccountSwitcher>(view,
+        std::make_shared<MultiCookieJar>(makeCookieStorage(data / "Cookies")), *URL::parse(origin + "/"));
     switcher->show(settings->get(InboxSettings::account));
 }
 
@@ -212,8 +212,8 @@ void InboxApplication::addControls(const CGSize& size)
 {
     const double y = size.height - barHeight + 7;
     const auto content = mainWindow->contentView();
-    accounts = std::make_shared<NSPopUpButton>(
-        std::vector<std::string>(), CGRect{{size.width - 504, y}, {196, 32}});
+    accounts =
+        std::make_shared<NSPopUpButton>(std::vector<std::string>(), CGRect{{size.width - 504, y}, {196, 32}});
     accounts->setAutoresizing({.minXMargin = true, .minYMargin = true});
     accounts->setAction([weak = weak_from_this()](NSPopUpButton& chosen) {
         const auto application = weak.lock();
