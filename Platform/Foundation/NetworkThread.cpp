@@ -110,12 +110,17 @@ bool NetworkThread::isCurrent() const
 Source networkTimer(double seconds, std::function<void()> work)
 {
     Source timer = makeSource("LumoKit network timer", std::move(work));
-    const double microseconds = std::ceil(std::fmax(seconds, 0) * 1e6); // not a number counts as zero
-    constexpr double longest = 1e18;
-    if (microseconds < longest)
-        g_source_set_ready_time(timer.get(), g_get_monotonic_time() + static_cast<gint64>(microseconds));
+    setNetworkTimer(timer, seconds);
     g_source_attach(timer.get(), g_main_context_get_thread_default());
     return timer;
+}
+
+void setNetworkTimer(const Source& timer, double seconds)
+{
+    const double microseconds = std::ceil(std::fmax(seconds, 0) * 1e6); // not a number counts as zero
+    constexpr double longest = 1e18;
+    g_source_set_ready_time(timer.get(),
+        microseconds < longest ? g_get_monotonic_time() + static_cast<gint64>(microseconds) : -1);
 }
 
 } // namespace LumoKit::detail

@@ -50,9 +50,10 @@ private:
     std::vector<Work> incoming; // guarded by mutex
 };
 
-/// Calls `work` on the network thread once `seconds` have passed, unless it is destroyed before. At least zero; what lies
-/// beyond the clock's range never comes.
+/// Calls `work` when `seconds` have passed, unless it is destroyed or set anew before. Less than zero and what is not a
+/// number count as zero; what lies beyond the clock's range never comes.
 /// Thread: the network thread.
 [[nodiscard]] Source networkTimer(double seconds, std::function<void()> work);
+void setNetworkTimer(const Source& timer, double seconds);
 
 } // namespace LumoKit::detail

@@ -50,7 +50,7 @@ public:
     HTTPURLResponse(URL url, int statusCode, HTTPHeaderFields headerFields);
 
     [[nodiscard]] int statusCode() const { return statusCode_; }
-    /// As they were received, those of one name joined by ", ". What is no UTF-8 is read as Latin-1.
+    /// As they were received, those of one name joined by ", ". What is no UTF-8 is replaced by U+FFFD.
     [[nodiscard]] const HTTPHeaderFields& allHeaderFields() const { return headerFields; }
     /// The value of a field, whatever the letter case of its name.
     [[nodiscard]] std::optional<std::string> valueForHTTPHeaderField(std::string_view name) const;

@@ -23,6 +23,7 @@ public:
     ~GErrorPtr() { g_clear_error(&error); }
 
     [[nodiscard]] GError** out() { return &error; }
+    [[nodiscard]] const GError* get() const { return error; }
     GError* operator->() const { return error; }
     explicit operator bool() const { return error != nullptr; }
 
