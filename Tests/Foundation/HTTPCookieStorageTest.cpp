@@ -1,5 +1,6 @@
 #include "Support/CookieStore.h"
 #include "Support/Printing.h"
+#include "Support/PrivateData.h"
 
 #include <LumoKit/Platform/Foundation/HTTPCookieStorage.h>
 
@@ -9,6 +10,8 @@
 
 using namespace LumoKit;
 using Test::makeCookie;
+using Test::PrivateData;
+using Test::writeInPlace;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
@@ -155,9 +158,9 @@ TEST(HTTPCookieStorage, IsUsedByManyThreads)
 
 // Each of these is a process of its own: a storage is loaded once.
 
-TEST(HTTPCookieStorageDeathTest, OutlivesTheApplicationWithWhatExpires)
+TEST(SharedHTTPCookieStorageDeathTest, OutlivesTheApplicationWithWhatExpires)
 {
-    ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+    const PrivateData data;
     EXPECT_EXIT(
         {
             const auto storage = HTTPCookieStorage::shared();
@@ -170,6 +173,20 @@ TEST(HTTPCookieStorageDeathTest, OutlivesTheApplicationWithWhatExpires)
     EXPECT_THAT(namesOf(storage->cookies()), ElementsAre("lasting"));
     storage->deleteCookie(named("lasting"));
     EXPECT_THAT(storage->cookies(), IsEmpty());
+}
+
+TEST(SharedHTTPCookieStorage, BeginsAnewWhereItsFileIsDamaged)
+{
+    const PrivateData data;
+    const std::filesystem::path folder =
+        std::filesystem::path(std::getenv("XDG_DATA_HOME")) / program_invocation_short_name / "Network";
+    std::filesystem::create_directories(folder);
+    writeInPlace(folder / "Cookies.db", std::string(10'000, 'x'));
+    const auto storage = HTTPCookieStorage::shared();
+    EXPECT_THAT(storage->cookies(), IsEmpty());
+    storage->setCookie(named("lasting", {{"Expires", inSeconds(1000)}}));
+    EXPECT_THAT(namesOf(storage->cookies()), ElementsAre("lasting"));
+    EXPECT_TRUE(std::filesystem::exists(folder / "Cookies.db.damaged"));
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "Support/Printing.h"
+#include "Support/PrivateData.h"
 #include "Support/TemporaryFolder.h"
 
 #include <LumoKit/Platform/Foundation/URLCache.h>
@@ -233,6 +234,7 @@ TEST_F(URLCacheTest, IsUsedByManyThreads)
 
 TEST(SharedURLCache, IsInTheApplicationsCacheFolder)
 {
+    const LumoKit::Test::PrivateData data;
     URLCache::shared()->storeCachedResponse(answer("hello"), request());
     EXPECT_TRUE(URLCache::shared()->cachedResponse(request()).has_value());
     const std::filesystem::path folder = std::getenv("XDG_CACHE_HOME");

@@ -1,5 +1,6 @@
 #include "Support/Loading.h"
 #include "Support/Printing.h"
+#include "Support/PrivateData.h"
 #include "Support/TemporaryFolder.h"
 #include "Support/TestServer.h"
 
@@ -33,6 +34,7 @@ protected:
         return std::make_shared<URLSession>(configuration);
     }
 
+    const LumoKit::Test::PrivateData data;
     TemporaryFolder folder;
     TestServer server;
     std::shared_ptr<URLSession> session = std::make_shared<URLSession>(URLSessionConfiguration::ephemeral());
