@@ -28,6 +28,7 @@ int main(int count, char** arguments)
         "peer");
     for (const auto& rows :
         {bridgeRows(), mainQueueRows(), settingsRows(), cookieRows(), fileRows(), linkRows(), startRows()}) {
+        {bridgeRows(), mainQueueRows(), settingsRows(), fileRows(), linkRows(), remoteRows(), startRows()}) {
         for (const Row& row : rows) {
             if (!std::regex_search(row.name, wanted))
                 continue;
