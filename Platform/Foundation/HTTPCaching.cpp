@@ -15,6 +15,9 @@ namespace {
 using Parameters = std::unique_ptr<GHashTable, FreedBy<soup_header_free_param_list>>;
 using Seconds = std::chrono::duration<double>;
 
+/// "A recipient [of a number that is too large] MUST consider the value to be 2147483648" (section 1.2.2).
+constexpr std::int64_t longest = 2147483648;
+
 /// The directives of "Cache-Control" by their names in lower case.
 class CacheControl {
 public:
@@ -36,7 +39,7 @@ public:
         const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), count);
         const bool isNumber = error == std::errc() && end == digits.data() + digits.size() && count >= 0;
         return Seconds(isNumber                           ? static_cast<double>(count)
-                : error == std::errc::result_out_of_range ? 2147483648.0
+                : error == std::errc::result_out_of_range ? static_cast<double>(longest)
                                                           : 0);
     }
 
@@ -101,7 +104,9 @@ Seconds age(const CachedURLResponse& cached, Date now)
     const Seconds apparent = cached.stored - dateIn(*cached.response, "Date").value_or(cached.stored);
     const std::string told = cached.response->valueForHTTPHeaderField("Age").value_or("");
     std::int64_t seconds = 0;
-    std::from_chars(told.data(), told.data() + told.size(), seconds);
+    const auto [end, error] = std::from_chars(told.data(), told.data() + told.size(), seconds);
+    if (error == std::errc::result_out_of_range && !told.starts_with('-'))
+        seconds = longest;
     const Seconds atArrival =
         std::max(apparent, Seconds(static_cast<double>(std::max<std::int64_t>(seconds, 0))));
     return std::max(atArrival, Seconds(0)) + (now - cached.stored);

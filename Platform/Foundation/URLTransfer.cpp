@@ -99,17 +99,11 @@ void URLTransfer::start()
     if (finishFromCache())
         return;
 
-    const auto failing = [weak = weak_from_this()](int code, const char* description) {
-        return [=] {
-            if (const auto self = weak.lock())
-                self->fail(code, description);
-        };
-    };
-    idleTimer =
-        networkTimer(request.timeoutInterval, failing(NSURLErrorTimedOut, "Nothing arrived for too long."));
-    resourceTimer = networkTimer(session->configuration.timeoutIntervalForResource,
-        failing(NSURLErrorTimedOut, "It took too long altogether."));
-    didProgress();
+    began = didArrive = NetworkClock::now();
+    timer = networkTimer(timeLeft(), [weak = weak_from_this()] {
+        if (const auto self = weak.lock())
+            self->checkTime();
+    });
     observe();
     soup_session_send_async(
         session->soup(), message.get(), G_PRIORITY_DEFAULT, cancellable.get(),
@@ -179,16 +173,9 @@ ObjectPtr<SoupMessage> URLTransfer::makeMessage() const
 
 void URLTransfer::observe()
 {
-    SoupMessage* emitter = message.get();
     // The connections go before this object does.
+    SoupMessage* emitter = message.get();
     connections = {
-        SignalConnection::connect<void(SoupMessage*, GSocketClientEvent, GIOStream*)>(
-            emitter, "network-event", [this](auto...) { didProgress(); }),
-        SignalConnection::connect<void(SoupMessage*)>(emitter, "starting", [this](auto*) { didProgress(); }),
-        SignalConnection::connect<void(SoupMessage*, guint)>(
-            emitter, "wrote-body-data", [this](auto...) { didProgress(); }),
-        SignalConnection::connect<void(SoupMessage*)>(
-            emitter, "got-headers", [this](auto*) { didProgress(); }),
         SignalConnection::connect<void(SoupMessage*)>(emitter, "restarted", [this](auto*) { didRestart(); }),
         SignalConnection::connect<gboolean(SoupMessage*, GTlsCertificate*, GTlsCertificateFlags)>(emitter,
             "accept-certificate",
@@ -197,14 +184,38 @@ void URLTransfer::observe()
                 certificateErrors = session->check(certificate, errors, soup_message_get_uri(asking));
                 return certificateErrors == G_TLS_CERTIFICATE_NO_FLAGS;
             }),
+        request.httpBody ? SignalConnection::connect<void(SoupMessage*, guint)>(
+                               emitter, "wrote-body-data", [this](auto...) { didProgress(); })
+                         : SignalConnection(),
     };
 }
 
 /// Gives the server its time anew.
 void URLTransfer::didProgress()
 {
-    const double limit = std::fmin(request.timeoutInterval, session->configuration.timeoutIntervalForRequest);
-    setNetworkTimer(idleTimer, limit);
+    didArrive = NetworkClock::now();
+}
+
+double URLTransfer::timeLeft() const
+{
+    const auto& limits = session->configuration;
+    const auto now = NetworkClock::now();
+    const auto since = [&](NetworkClock::time_point moment) {
+        return std::chrono::duration<double>(now - moment).count();
+    };
+    return std::fmin(std::fmin(request.timeoutInterval, limits.timeoutIntervalForRequest) - since(didArrive),
+        limits.timeoutIntervalForResource - since(began));
+}
+
+/// The timer is not set anew at each progress, which would wake the thread, but looks at the time when it comes.
+void URLTransfer::checkTime()
+{
+    const double left = timeLeft();
+    if (left > 0)
+        return setNetworkTimer(timer, left);
+    const bool isLong = std::chrono::duration<double>(NetworkClock::now() - began).count()
+        >= session->configuration.timeoutIntervalForResource;
+    fail(NSURLErrorTimedOut, isLong ? "It took too long altogether." : "Nothing arrived for too long.");
 }
 
 /// What was meant for one server must not reach another.
@@ -229,6 +240,7 @@ void URLTransfer::didSend(GInputStream* opened, const GErrorPtr& error)
         return;
     if (!stream)
         return fail(error);
+    didProgress();
     response = responseOf(message.get(), request.url);
     const auto most = session->configuration.maximumBodyLength;
     const auto announced = response->expectedContentLength();
@@ -329,8 +341,7 @@ void URLTransfer::finish(Outcome outcome)
         return;
     const auto self = shared_from_this();
     auto complete = std::exchange(completion, nullptr);
-    idleTimer = {};
-    resourceTimer = {};
+    timer = {};
     connections = {};
     if (outcome.error)
         g_cancellable_cancel(cancellable.get());

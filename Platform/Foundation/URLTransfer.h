@@ -7,6 +7,7 @@
 #include <LumoKit/Platform/Native/Source.h>
 
 #include <array>
+#include <chrono>
 #include <memory>
 #include <optional>
 
@@ -37,10 +38,14 @@ public:
     void fail(int code, std::string description);
 
 private:
+    using NetworkClock = std::chrono::steady_clock;
+
     [[nodiscard]] bool finishFromCache();
     [[nodiscard]] ObjectPtr<SoupMessage> makeMessage() const;
     void observe();
     void didProgress();
+    [[nodiscard]] double timeLeft() const;
+    void checkTime();
     void didRestart();
     void didSend(GInputStream* opened, const GErrorPtr& error);
     void readMore();
@@ -63,9 +68,10 @@ private:
     Data body;
     GTlsCertificateFlags certificateErrors = G_TLS_CERTIFICATE_NO_FLAGS;
 
-    std::array<SignalConnection, 6> connections;
-    Source idleTimer;
-    Source resourceTimer;
+    std::array<SignalConnection, 3> connections;
+    Source timer;
+    NetworkClock::time_point began;
+    NetworkClock::time_point didArrive; // anything, last
 };
 
 } // namespace LumoKit::detail
