@@ -31,8 +31,11 @@ URLSession::Native::Native(URLSessionConfiguration configuration)
 
 URLSession::Native::~Native()
 {
-    if (session || authorities)
-        NetworkThread::shared().async([last = std::pair(std::move(session), std::move(authorities))] { });
+    if (!session)
+        return;
+    NetworkThread::shared().async([last = std::move(session), kept = std::move(authorities)] {
+        soup_session_abort(last.get()); // what was cancelled may still have its connection
+    });
 }
 
 SoupSession* URLSession::Native::soup()
