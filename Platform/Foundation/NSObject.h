@@ -72,9 +72,10 @@ public:
     /// values before and after.
     KeyValueObservation observe(std::string key, std::function<void(const KeyValueChange&)> handler);
 
-    /// Announces a change: the first before it, the second after it. Pairs may nest for different keys.
-    void willChangeValue(std::string_view forKey);
-    void didChangeValue(std::string_view forKey);
+    /// Announces a change: the first before it, the second after it. Pairs may nest for different keys. A class that
+    /// overrides one calls the base's.
+    virtual void willChangeValue(std::string_view forKey);
+    virtual void didChangeValue(std::string_view forKey);
     /// Announces a change that has already happened.
     void didChangeValue(std::string_view forKey, Value oldValue);
 
