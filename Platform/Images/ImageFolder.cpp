@@ -149,6 +149,8 @@ std::expected<void, Error> ImageFolder::write(const std::string& key, const Data
 
 void ImageFolder::remove(const std::string& key)
 {
+    if (folder.empty())
+        return;
     deleteFile(fileOf(key));
     used.reset();
 }

@@ -106,7 +106,8 @@ private:
             cairo_paint(context.get());
         }
         cairo_scale(context.get(), wanted.width / size.width, wanted.height / size.height);
-        cairo_set_tolerance(context.get(), 0.01); // the usual one, a tenth of a pixel, shows in a small circle
+        cairo_set_tolerance(
+            context.get(), 0.01); // the usual one, a tenth of a pixel, shows in a small circle
         cairo_set_antialias(context.get(), CAIRO_ANTIALIAS_BEST);
         addRoundedRectangle(context.get(), size, radius, corners);
         cairo_scale(context.get(), size.width / source->size.width, size.height / source->size.height);
