@@ -45,6 +45,7 @@ struct Outcome {
 [[nodiscard]] std::vector<Row> bridgeRows();
 [[nodiscard]] std::vector<Row> cookieRows();
 [[nodiscard]] std::vector<Row> fileRows();
+[[nodiscard]] std::vector<Row> imageRows();
 [[nodiscard]] std::vector<Row> linkRows();
 [[nodiscard]] std::vector<Row> mainQueueRows();
 [[nodiscard]] std::vector<Row> remoteRows();

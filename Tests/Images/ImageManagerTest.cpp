@@ -142,15 +142,18 @@ TEST_F(ImageManagerTest, TellsAllWhoWaitOfAFailureAndTriesAgainLater)
 TEST_F(ImageManagerTest, CompletesOnTheMainQueueOrAnother)
 {
     bool onMain = false;
-    DispatchSemaphore progressed;
     manager.retrieveImage(resource(), {}, nullptr, [&](const Outcome&) { onMain = isMainThread(); });
     EXPECT_TRUE(waitUntil([&] { return onMain; }));
 
     const auto queue = DispatchQueue::create("callbacks");
-    std::atomic<bool> elsewhere = false;
-    manager.retrieveImage(
-        resource(), {.callbackQueue = queue}, nullptr, [&](const Outcome&) { elsewhere = !isMainThread(); });
-    EXPECT_TRUE(waitUntil([&] { return elsewhere.load(); }));
+    bool elsewhere = false;
+    DispatchSemaphore completed;
+    manager.retrieveImage(resource(), {.callbackQueue = queue}, nullptr, [&](const Outcome&) {
+        elsewhere = !isMainThread();
+        completed.signal();
+    });
+    completed.wait();
+    EXPECT_TRUE(elsewhere);
 }
 
 TEST_F(ImageManagerTest, TellsOfItsProgressBeforeItCompletes)
