@@ -2,6 +2,7 @@
 
 #include "Pixels.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -28,15 +29,28 @@ public:
     [[nodiscard]] PixelsPtr finish();
 
 private:
+    /// The columns that a column of the result covers: the first and the last in part, those between as a whole.
+    struct Columns {
+        std::size_t first;
+        std::size_t last;
+        std::uint64_t ofFirst;
+        std::uint64_t ofLast;
+    };
+
     void accumulate(const unsigned char* row, std::uint32_t weight);
-    void emit();
+    void accumulateWhole(const unsigned char* row);
+    void foldWholeRows();
+    template <std::size_t channels> void emit();
 
     const PixelSize from;
     const PixelSize to;
     const RowLayout layout;
     const int channels;
     std::shared_ptr<Pixels> result;
+    std::vector<Columns> covered;
     std::vector<std::uint32_t> sums; // of the rows that the next row of the result covers, weighted
+    std::vector<std::uint16_t> wholes; // of rows that belong there as a whole and are not among those yet
+    int wholeRows = 0;
     std::vector<unsigned char> premultiplied; // a row
     int taken = 0;
     int made = 0;
