@@ -1,6 +1,8 @@
 #include "CommandLineLinks.h"
 #include "NSApplicationNative.h"
+#include "NSWindowNative.h"
 
+#include <LumoKit/Platform/ApplicationKit/NSMenu.h>
 #include <LumoKit/Platform/Dispatch/DispatchQueue.h>
 #include <LumoKit/Platform/Dispatch/MainThread.h>
 #include <LumoKit/Platform/Foundation/Bundle.h>
@@ -31,6 +33,8 @@ namespace LumoKit {
 namespace {
 
 constexpr const char* effectiveAppearanceKey = "effectiveAppearance";
+constexpr const char* commandKeyKey = "commandKey";
+constexpr const char* mainMenuKey = "mainMenu";
 
 /// What this process was started for. GTK takes the token out of the environment when it connects to the display.
 detail::StartRequest startRequest()
@@ -281,6 +285,58 @@ std::vector<std::shared_ptr<NSWindow>> NSApplication::windows() const
     return alive;
 }
 
+std::shared_ptr<NSWindow> NSApplication::window(int withWindowNumber) const
+{
+    for (const auto& window : windows())
+        if (window->windowNumber() == withWindowNumber)
+            return window;
+    return nullptr;
+}
+
+void NSApplication::sendEvent(const NSEvent& event)
+{
+    assertMainThread();
+    auto window = event.window();
+    if (!window)
+        window = keyWindow();
+    if (!window && !native->onScreen.empty())
+        window = native->onScreen.back();
+    if (window && window->nativeWindow().isBlocked())
+        return;
+    if (window)
+        window->sendEvent(event);
+    else if (native->mainMenu)
+        native->mainMenu->performKeyEquivalent(event);
+}
+
+const std::shared_ptr<NSMenu>& NSApplication::mainMenu() const
+{
+    return native->mainMenu;
+}
+
+void NSApplication::setMainMenu(std::shared_ptr<NSMenu> menu)
+{
+    assertMainThread();
+    willChangeValue(mainMenuKey);
+    native->mainMenu = std::move(menu);
+    for (const auto& window : windows())
+        window->nativeWindow().showMenuBar();
+    didChangeValue(mainMenuKey);
+}
+
+NSApplication::CommandKey NSApplication::commandKey() const
+{
+    return native->commandKey;
+}
+
+void NSApplication::setCommandKey(CommandKey key)
+{
+    assertMainThread();
+    willChangeValue(commandKeyKey);
+    native->commandKey = key;
+    didChangeValue(commandKeyKey);
+}
+
 std::shared_ptr<NSAppearance> NSApplication::appearance() const
 {
     return native->appearance;
@@ -303,7 +359,13 @@ std::shared_ptr<NSAppearance> NSApplication::effectiveAppearance() const
 
 Value NSApplication::value(std::string_view forKey) const
 {
-    return forKey == effectiveAppearanceKey ? Value(effectiveAppearance()->name) : NSObject::value(forKey);
+    if (forKey == effectiveAppearanceKey)
+        return effectiveAppearance()->name;
+    if (forKey == commandKeyKey)
+        return commandKey() == CommandKey::super ? "super" : "control";
+    if (forKey == mainMenuKey)
+        return native->mainMenu ? Value(native->mainMenu->title()) : Value();
+    return NSObject::value(forKey);
 }
 
 void NSApplication::setDelegate(const std::weak_ptr<NSApplicationDelegate>& delegate)

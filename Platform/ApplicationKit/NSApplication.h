@@ -8,7 +8,12 @@
 namespace LumoKit {
 
 class NSAppearance;
+class NSMenu;
 class NSWindow;
+struct NSEvent;
+
+/// The version of the application framework whose interfaces this layer keeps.
+inline constexpr double NSAppKitVersionNumber = 2022;
 
 /// What an application may be asked and is told. Every operation has the platform's default.
 class NSApplicationDelegate {
@@ -39,7 +44,7 @@ public:
 ///
 /// Thread: the main thread. Posts `didChangeEffectiveAppearanceNotification` to the default notification centre,
 /// with itself as the object.
-/// Observable: "effectiveAppearance", as the name of the appearance.
+/// Observable: "effectiveAppearance", as the name of the appearance; "commandKey", "mainMenu".
 class NSApplication : public NSObject {
 public:
     /// The application's effective appearance has become another, and its windows and pages have been told.
@@ -65,6 +70,31 @@ public:
 
     /// The windows that exist, in the order in which they were made.
     [[nodiscard]] std::vector<std::shared_ptr<NSWindow>> windows() const;
+
+    /// The window of that number; null if there is none.
+    [[nodiscard]] std::shared_ptr<NSWindow> window(int withWindowNumber) const;
+
+    /// Sends an event on its way: to its window, or if it is for none, to the one that has the keyboard; while no
+    /// window of the application has it, to the one that was used last. A window that waits for an alert or a
+    /// panel of its own gets none. Without a window, the main menu is asked alone.
+    void sendEvent(const NSEvent& event);
+
+    /// The menu that windows show as their menu bar, and that performs the keys which views leave to it; null at
+    /// first.
+    [[nodiscard]] const std::shared_ptr<NSMenu>& mainMenu() const;
+    void setMainMenu(std::shared_ptr<NSMenu> menu);
+
+    /// Which key of a keyboard is the Command key.
+    enum class CommandKey {
+        /// Control. Pages see `ctrlKey`, and the Super key is the Control key.
+        control,
+        /// Super, or the Windows key. Pages see `metaKey`.
+        super
+    };
+    [[nodiscard]] CommandKey commandKey() const;
+    /// `control` at first. Pages that are open learn of another key when they are loaded again: until then,
+    /// Command with a letter types that letter, too.
+    void setCommandKey(CommandKey key);
 
     /// The appearance that the application was given; null while it follows the desktop.
     [[nodiscard]] std::shared_ptr<NSAppearance> appearance() const;

@@ -52,6 +52,9 @@ struct NSApplication::Native {
     std::vector<std::shared_ptr<NSWindow>>
         onScreen; // kept while they are; the one that was used last at the end
     std::optional<detail::SingleInstance> instance; // in a bundle
+    std::shared_ptr<NSMenu> mainMenu;
+    CommandKey commandKey = CommandKey::control;
+    int lastWindowNumber = 0;
     bool reopening = false; // soon
     GMainLoop* loop = nullptr; // while running
     bool terminating = false;

@@ -114,6 +114,15 @@ void place(NSView::Native& child, const GtkAllocation& parent)
 
 } // namespace
 
+namespace {
+constexpr const char* viewKey = "lumokit-view";
+}
+
+NSView* NSView::Native::viewOf(GtkWidget* widget)
+{
+    return static_cast<NSView*>(g_object_get_data(G_OBJECT(widget), viewKey));
+}
+
 NSView::Native::~Native()
 {
     // Views that somebody else still holds outlive their superview, and so must their widgets.
@@ -159,9 +168,13 @@ NSView::NSView(std::unique_ptr<Native> made)
     : native(std::move(made))
 {
     assertMainThread();
+    g_object_set_data(G_OBJECT(native->widget.get()), viewKey, this);
 }
 
-NSView::~NSView() = default;
+NSView::~NSView()
+{
+    g_object_set_data(G_OBJECT(native->widget.get()), viewKey, nullptr);
+}
 
 const CGRect& NSView::frame() const
 {
@@ -238,6 +251,14 @@ std::shared_ptr<NSWindow> NSView::window() const
         top = top->native->superview;
     NSWindow* window = top->native->window;
     return window ? std::static_pointer_cast<NSWindow>(window->weak_from_this().lock()) : nullptr;
+}
+
+bool NSView::performKeyEquivalent(const NSEvent& with)
+{
+    const auto alive = shared_from_this();
+    const auto asked = native->subviews; // what one does may change them
+    return std::ranges::any_of(
+        asked, [&](const auto& view) { return !view->isHidden() && view->performKeyEquivalent(with); });
 }
 
 bool NSView::isHidden() const

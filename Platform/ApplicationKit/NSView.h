@@ -9,6 +9,7 @@
 namespace LumoKit {
 
 class NSWindow;
+struct NSEvent;
 
 /// Which parts of a view's frame follow when its superview is resized; the rest stays as it is. Several parts
 /// share the change evenly.
@@ -62,6 +63,11 @@ public:
 
     [[nodiscard]] bool isHidden() const;
     void setHidden(bool hidden);
+
+    /// Offers a key that goes down to this view and those in it, before anything else in the window gets it; true if
+    /// one of them took it. By itself a view only asks its subviews, from the bottom to the top, and not those that
+    /// are hidden.
+    virtual bool performKeyEquivalent(const NSEvent& with);
 
     struct Native;
     /// The platform's side of the view, for the platform layer itself.

@@ -17,6 +17,9 @@ struct NSView::Native {
     Native(const Native&) = delete;
     Native& operator=(const Native&) = delete;
 
+    /// The view that a widget was made for; null for one that is part of another or none of the kit's.
+    [[nodiscard]] static NSView* viewOf(GtkWidget* widget);
+
     /// Gives the view a size, and every subview below it what follows from that. Nothing is placed yet.
     void resize(const CGSize& size);
     /// Puts the subviews where their frames say, within what GTK has given this view.
@@ -26,6 +29,7 @@ struct NSView::Native {
     CGRect frame;
     NSAutoresizing autoresizing;
     bool holdsSubviews = false;
+    bool isPage = false; // takes keys through `performKeyEquivalent`, and gives back what it does not handle
     std::vector<std::shared_ptr<NSView>> subviews;
     NSView* superview = nullptr; // it keeps this view, so that it is there as long as this pointer is set
     NSWindow* window = nullptr; // set on a window's content view; the window keeps it

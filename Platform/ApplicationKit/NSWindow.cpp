@@ -59,12 +59,32 @@ NSApplication::Native& application()
 
 } // namespace
 
+void NSWindow::Native::showMenuBar()
+{
+    menuBar.reset();
+    const auto& menu = NSApplication::shared().mainMenu();
+    if (!menu || !showsMenuBar)
+        return;
+    menuBar.emplace(menu);
+    gtk_box_pack_start(box, menuBar->widget(), FALSE, FALSE, 0);
+    gtk_box_reorder_child(box, menuBar->widget(), 0);
+}
+
+bool NSWindow::Native::isBlocked() const
+{
+    GtkWidget* grab = gtk_window_group_get_current_grab(gtk_window_get_group(window.get()));
+    return grab && grab != GTK_WIDGET(window.get())
+        && !gtk_widget_is_ancestor(grab, GTK_WIDGET(window.get()));
+}
+
 NSWindow::Native::~Native()
 {
     connections.clear();
+    keys.reset();
+    menuBar.reset();
     if (contentView) { // it may outlive the window, and so must its widget
         contentView->nativeView().window = nullptr;
-        gtk_container_remove(GTK_CONTAINER(window.get()), contentView->nativeView().widget.get());
+        gtk_container_remove(GTK_CONTAINER(box), contentView->nativeView().widget.get());
     }
     if (window)
         gtk_widget_destroy(GTK_WIDGET(window.get()));
@@ -89,6 +109,16 @@ std::shared_ptr<NSWindow> NSWindow::create(const CGRect& contentRect, StyleMask 
     gtk_window_set_decorated(widget, style.titled);
     gtk_window_set_deletable(widget, style.closable);
     gtk_window_set_resizable(widget, style.resizable);
+    // A background that lets the desktop through needs this before there is anything on screen.
+    GdkScreen* screen = gtk_widget_get_screen(GTK_WIDGET(widget));
+    if (GdkVisual* visual = gdk_screen_get_rgba_visual(screen); visual && gdk_screen_is_composited(screen))
+        gtk_widget_set_visual(GTK_WIDGET(widget), visual);
+    native.box = GTK_BOX(gtk_box_new(GTK_ORIENTATION_VERTICAL, 0));
+    gtk_widget_show(GTK_WIDGET(native.box));
+    gtk_container_add(GTK_CONTAINER(widget), GTK_WIDGET(native.box));
+    native.showsMenuBar = style.titled;
+    native.number = ++known.lastWindowNumber;
+    native.keys.emplace(*window);
 
     using detail::SignalConnection;
     NSWindow* self = window.get(); // the connections go with the window
@@ -129,6 +159,7 @@ std::shared_ptr<NSWindow> NSWindow::create(const CGRect& contentRect, StyleMask 
 
     window->setContentView(std::make_shared<NSView>(CGRect{{}, contentRect.size}));
     window->setFrame(contentRect);
+    native.showMenuBar();
     known.add(window);
     return window;
 }
@@ -173,8 +204,57 @@ void NSWindow::setContentView(std::shared_ptr<NSView> view)
     view->native->window = this;
     if (replaced)
         view->setFrame({{}, replaced->frame().size});
-    gtk_container_add(GTK_CONTAINER(native->window.get()), view->native->widget.get());
+    gtk_box_pack_end(native->box, view->native->widget.get(), TRUE, TRUE, 0);
     native->contentView = std::move(view);
+}
+
+int NSWindow::windowNumber() const
+{
+    return native->number;
+}
+
+bool NSWindow::showsMenuBar() const
+{
+    return native->showsMenuBar;
+}
+
+void NSWindow::setShowsMenuBar(bool shows)
+{
+    native->showsMenuBar = shows;
+    native->showMenuBar();
+}
+
+void NSWindow::sendEvent(const NSEvent& event)
+{
+    native->keys->send(event);
+}
+
+bool NSWindow::performKeyEquivalent(const NSEvent& with)
+{
+    const auto content = native->contentView; // what it does may replace it
+    return content->performKeyEquivalent(with);
+}
+
+std::shared_ptr<NSView> NSWindow::firstResponder() const
+{
+    for (GtkWidget* widget = gtk_window_get_focus(native->window.get()); widget;
+        widget = gtk_widget_get_parent(widget))
+        if (NSView* view = NSView::Native::viewOf(widget))
+            return std::static_pointer_cast<NSView>(view->weak_from_this().lock());
+    return nullptr;
+}
+
+bool NSWindow::makeFirstResponder(const std::shared_ptr<NSView>& view)
+{
+    if (!view) {
+        gtk_window_set_focus(native->window.get(), nullptr);
+        return true;
+    }
+    GtkWidget* widget = view->native->widget.get();
+    if (view->window().get() != this || !gtk_widget_get_can_focus(widget) || !gtk_widget_is_sensitive(widget))
+        return false;
+    gtk_widget_grab_focus(widget);
+    return true;
 }
 
 CGRect NSWindow::frame() const

@@ -11,6 +11,7 @@ namespace LumoKit {
 
 class NSView;
 class NSWindow;
+struct NSEvent;
 
 /// What a window may be asked and is told. Every operation has the platform's default.
 class NSWindowDelegate {
@@ -58,7 +59,10 @@ public:
     [[nodiscard]] std::string title() const;
     void setTitle(const std::string& title);
 
-    /// The view that fills the window; an empty one at first.
+    /// The number by which events name the window; never 0.
+    [[nodiscard]] int windowNumber() const;
+
+    /// The view that fills the window, below its menu bar; an empty one at first.
     [[nodiscard]] const std::shared_ptr<NSView>& contentView() const;
     /// An empty view takes the place of none.
     void setContentView(std::shared_ptr<NSView> view);
@@ -72,7 +76,23 @@ public:
     /// Moves the window to the middle of its screen, where the desktop lets it.
     void center();
 
-    /// The colour behind the content.
+    /// Whether the window shows the application's main menu, where there is one; true at first for a titled window.
+    [[nodiscard]] bool showsMenuBar() const;
+    void setShowsMenuBar(bool shows);
+
+    /// Offers a key to the views of the window, then to what has the keyboard, then to the main menu. A page that
+    /// has the keyboard is one of the views; it answers later, and what it does not handle goes on to the menu.
+    void sendEvent(const NSEvent& event);
+    /// Asks the views, and with them a page that has the keyboard; true if one of them took the event.
+    bool performKeyEquivalent(const NSEvent& with);
+    /// The view that has the window's keyboard, or holds the control that has it; null if there is none.
+    [[nodiscard]] std::shared_ptr<NSView> firstResponder() const;
+    /// Gives a view the window's keyboard; null takes it from all. False for a view that is not in this window or
+    /// takes no keys.
+    bool makeFirstResponder(const std::shared_ptr<NSView>& view);
+
+    /// The colour behind the content. Where the desktop composes its windows, one that is not opaque shows what is
+    /// behind the window.
     void setBackgroundColor(const NSColor& color);
 
     /// Shows the window in front of the others and gives it the keyboard.

@@ -55,10 +55,28 @@ void WKUserContentController::addUserScript(const WKUserScript& script)
     native->scripts.push_back(script);
 }
 
+void WKUserContentController::Native::leaveCommandsUntyped()
+{
+    leavesCommandsUntyped = true;
+    // In a world of its own, and before any script of the page, which can neither see nor undo it.
+    constexpr const char* script = R"(
+        let command = false;
+        addEventListener('keydown', event => { command = event.metaKey; }, true);
+        addEventListener('keyup', event => { command = event.metaKey; }, true);
+        addEventListener('textInput', event => { if (command) event.preventDefault(); }, true);
+    )";
+    const std::unique_ptr<WebKitUserScript, detail::FreedBy<webkit_user_script_unref>> made(
+        webkit_user_script_new_for_world(script, WEBKIT_USER_CONTENT_INJECT_ALL_FRAMES,
+            WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_START, "co.lumosuite.LumoKit", nullptr, nullptr));
+    webkit_user_content_manager_add_script(manager.get(), made.get());
+}
+
 void WKUserContentController::removeAllUserScripts()
 {
     webkit_user_content_manager_remove_all_scripts(native->manager.get());
     native->scripts.clear();
+    if (native->leavesCommandsUntyped)
+        native->leaveCommandsUntyped();
 }
 
 const std::vector<WKUserScript>& WKUserContentController::userScripts() const

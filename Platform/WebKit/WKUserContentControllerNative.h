@@ -17,9 +17,14 @@ struct WKUserContentController::Native {
         detail::SignalConnection received;
     };
 
+    /// Keeps pages from typing the letter of a key that is pressed with Command, where pages know Command as their
+    /// meta key: the engine holds back letters of Control and Option only.
+    void leaveCommandsUntyped();
+
     detail::ObjectPtr<WebKitUserContentManager> manager;
     std::map<std::string, Registration> registrations;
     std::vector<WKUserScript> scripts;
+    bool leavesCommandsUntyped = false;
 };
 
 } // namespace LumoKit

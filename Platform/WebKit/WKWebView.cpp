@@ -1,16 +1,21 @@
 #include "../ApplicationKit/NSViewNative.h"
+#include "../ApplicationKit/NSWindowNative.h"
 #include "ScriptResult.h"
+#include "TypedText.h"
 #include "WKURLSchemeTaskNative.h"
 #include "WKUserContentControllerNative.h"
 #include "WKWebsiteDataStoreNative.h"
 
+#include <LumoKit/Platform/ApplicationKit/NSApplication.h>
 #include <LumoKit/Platform/Dispatch/DispatchQueue.h>
 #include <LumoKit/Platform/Native/Handles.h>
+#include <LumoKit/Platform/Native/Source.h>
 #include <LumoKit/Platform/WebKit/WKWebView.h>
 
 #include <webkit2/webkit2.h>
 
 #include <algorithm>
+#include <cmath>
 #include <map>
 #include <utility>
 
@@ -29,6 +34,7 @@ struct WebNative final : NSView::Native {
         , pool(configuration->processPool())
         , store(configuration->websiteDataStore())
     {
+        isPage = true;
     }
     ~WebNative() override { connections.clear(); }
 
@@ -40,6 +46,9 @@ struct WebNative final : NSView::Native {
     const std::shared_ptr<WKProcessPool> pool;
     const std::shared_ptr<WKWebsiteDataStore> store;
     std::weak_ptr<WKNavigationDelegate> navigationDelegate;
+    detail::Source timeout; // of the request that waits for an answer
+    bool isTimedOut = false;
+    KeyValueObservation commandKey;
     bool committed = false; // of the load that is under way
     bool failed = false; // the engine reports a failed load as finished, too
     std::map<std::string_view, Value> announced; // the observable properties as they were last told
@@ -95,6 +104,9 @@ std::optional<URL> urlFromWeb(const char* address)
 }
 
 constexpr const char* viewKey = "lumokit-web-view";
+constexpr const char* drawsBackgroundKey = "drawsBackground";
+constexpr const char* drawsTransparentBackgroundKey = "drawsTransparentBackground";
+constexpr const char* pageZoomFactorKey = "pageZoomFactor";
 
 WKWebView* viewOf(WebKitWebView* widget)
 {
@@ -199,6 +211,15 @@ WKWebView::WKWebView(const CGRect& frame, std::shared_ptr<WKWebViewConfiguration
     WebKitWebView* view = native.view();
     g_object_set_data(G_OBJECT(view), viewKey, this);
 
+    const auto follow = [controller = native.controller](const auto&) {
+        auto& content = controller->nativeController();
+        if (NSApplication::shared().commandKey() == NSApplication::CommandKey::super
+            && !content.leavesCommandsUntyped)
+            content.leaveCommandsUntyped();
+    };
+    follow(KeyValueChange());
+    native.commandKey = NSApplication::shared().observe("commandKey", follow);
+
     const auto on = [&]<class Signature, class Handler>(
                         std::type_identity<Signature>, const char* signal, Handler handler) {
         native.connections.push_back(SignalConnection::connect<Signature>(view, signal, std::move(handler)));
@@ -207,8 +228,10 @@ WKWebView::WKWebView(const CGRect& frame, std::shared_ptr<WKWebViewConfiguration
         [this](auto*, WebKitLoadEvent event) {
             const auto alive = weak_from_this().lock();
             WebNative& state = nativeOf(*this);
+            if (event == WEBKIT_LOAD_COMMITTED)
+                state.timeout = {};
             if (event == WEBKIT_LOAD_STARTED)
-                state.committed = state.failed = false;
+                state.committed = state.failed = state.isTimedOut = false;
             else if (event == WEBKIT_LOAD_COMMITTED)
                 state.committed = true;
             const auto delegate = state.navigationDelegate.lock();
@@ -231,11 +254,17 @@ WKWebView::WKWebView(const CGRect& frame, std::shared_ptr<WKWebViewConfiguration
             const auto alive = weak_from_this().lock();
             WebNative& state = nativeOf(*this);
             state.failed = true;
+            // The load that this one took the place of is cancelled, too.
+            if (!g_error_matches(error, WEBKIT_NETWORK_ERROR, WEBKIT_NETWORK_ERROR_CANCELLED))
+                state.timeout = {};
+            const Error told = std::exchange(state.isTimedOut, false)
+                ? Error{errorDomain, timedOut, "The request timed out."}
+                : errorOf(error);
             if (const auto delegate = state.navigationDelegate.lock()) {
                 if (state.committed)
-                    delegate->didFail(*this, errorOf(error));
+                    delegate->didFail(*this, told);
                 else
-                    delegate->didFailProvisionalNavigation(*this, errorOf(error));
+                    delegate->didFailProvisionalNavigation(*this, told);
             }
             return TRUE; // or the engine would show a page of its own
         });
@@ -297,13 +326,34 @@ std::shared_ptr<WKNavigationDelegate> WKWebView::navigationDelegate() const
     return nativeOf(*this).navigationDelegate.lock();
 }
 
+void WKWebView::load(const URLRequest& request)
+{
+    load(request.url);
+    if (!(request.timeoutInterval < G_MAXUINT / 1000.0))
+        return; // for ever
+    GSource* source = g_timeout_source_new(static_cast<guint>(std::max(0.0, request.timeoutInterval) * 1000));
+    g_source_set_callback(
+        source,
+        +[](gpointer data) -> gboolean {
+            auto& native = *static_cast<WebNative*>(data); // it owns this source
+            native.isTimedOut = true;
+            webkit_web_view_stop_loading(native.view());
+            return G_SOURCE_REMOVE;
+        },
+        &nativeOf(*this), nullptr);
+    g_source_attach(source, nullptr);
+    nativeOf(*this).timeout = detail::Source::adopt(source);
+}
+
 void WKWebView::load(const URL& url)
 {
+    nativeOf(*this).timeout = {};
     webkit_web_view_load_uri(nativeOf(*this).view(), url.absoluteString().c_str());
 }
 
 void WKWebView::loadHTMLString(const std::string& string, const std::optional<URL>& baseURL)
 {
+    nativeOf(*this).timeout = {};
     const std::unique_ptr<GBytes, detail::FreedBy<g_bytes_unref>> bytes(
         g_bytes_new(string.data(), string.size()));
     webkit_web_view_load_bytes(nativeOf(*this).view(), bytes.get(), "text/html", "UTF-8",
@@ -317,6 +367,7 @@ void WKWebView::reload()
 
 void WKWebView::stopLoading()
 {
+    nativeOf(*this).timeout = {};
     webkit_web_view_stop_loading(nativeOf(*this).view());
 }
 
@@ -338,6 +389,32 @@ bool WKWebView::canGoForward() const
 void WKWebView::goForward()
 {
     webkit_web_view_go_forward(nativeOf(*this).view());
+}
+
+bool WKWebView::performKeyEquivalent(const NSEvent& with)
+{
+    WebNative& native = nativeOf(*this);
+    const auto in = window();
+    if (with.type != NSEvent::EventType::keyDown || !in || in->firstResponder().get() != this)
+        return false;
+    std::optional<detail::TypedText> typed;
+    if (!with.native && detail::hasSeveralCodePoints(with.characters))
+        typed.emplace(native.view(), with.characters);
+    return in->nativeWindow().keys->deliver(with, native.widget.get(), detail::KeyReader::page);
+}
+
+void WKWebView::setValue(const Value& value, std::string_view forKey)
+{
+    WebKitWebView* view = nativeOf(*this).view();
+    const auto flag = value.asBoolean();
+    if (flag && (forKey == drawsBackgroundKey || forKey == drawsTransparentBackgroundKey)) {
+        const bool draws = *flag == (forKey == drawsBackgroundKey);
+        const GdkRGBA color{1, 1, 1, draws ? 1.0 : 0.0};
+        webkit_web_view_set_background_color(view, &color);
+    }
+    if (forKey == pageZoomFactorKey)
+        if (const auto factor = value.asNumber(); factor && std::isfinite(*factor) && *factor > 0)
+            webkit_web_view_set_zoom_level(view, *factor);
 }
 
 std::optional<URL> WKWebView::url() const
@@ -413,6 +490,13 @@ Value WKWebView::value(std::string_view forKey) const
         return estimatedProgress();
     if (forKey == "loading")
         return isLoading();
+    if (forKey == drawsBackgroundKey || forKey == drawsTransparentBackgroundKey) {
+        GdkRGBA color{};
+        webkit_web_view_get_background_color(nativeOf(*this).view(), &color);
+        return (color.alpha > 0) == (forKey == drawsBackgroundKey);
+    }
+    if (forKey == pageZoomFactorKey)
+        return webkit_web_view_get_zoom_level(nativeOf(*this).view());
     return NSView::value(forKey);
 }
 

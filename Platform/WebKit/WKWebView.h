@@ -2,7 +2,7 @@
 
 #include <LumoKit/Platform/ApplicationKit/NSView.h>
 #include <LumoKit/Platform/Foundation/Error.h>
-#include <LumoKit/Platform/Foundation/URL.h>
+#include <LumoKit/Platform/Foundation/URLRequest.h>
 #include <LumoKit/Platform/WebKit/WKNavigationDelegate.h>
 #include <LumoKit/Platform/WebKit/WKWebViewConfiguration.h>
 
@@ -32,6 +32,11 @@ public:
     [[nodiscard]] std::shared_ptr<WKNavigationDelegate> navigationDelegate() const;
 
     void load(const URL& url);
+    /// Errors: the navigation fails with `timedOut` if no answer comes in time.
+    void load(const URLRequest& request);
+    /// Domain and code of the error of a load that was given no answer in time.
+    static constexpr const char* errorDomain = "NSURLErrorDomain";
+    static constexpr int timedOut = -1001;
     /// Shows `string` as a page whose address is `baseURL`, or "about:blank".
     void loadHTMLString(const std::string& string, const std::optional<URL>& baseURL);
     void reload();
@@ -59,7 +64,15 @@ public:
     /// Lifetime: the handler is called once, also when the view is released before.
     void evaluateJavaScript(const std::string& script, EvaluationHandler completionHandler = {});
 
+    /// Takes a key if this view has its window's keyboard: the page gets it. What the page does not handle comes
+    /// back to the window, and goes on to the menus.
+    bool performKeyEquivalent(const NSEvent& with) override;
+
+    /// "drawsBackground" and its opposite "drawsTransparentBackground": whether there is white behind the page where
+    /// it paints nothing, or what is behind the view. "pageZoomFactor": how large the page is shown, 1 at first.
     [[nodiscard]] Value value(std::string_view forKey) const override;
+    /// Sets one of those three. A value of another type, and a factor that is no positive number, is ignored.
+    void setValue(const Value& value, std::string_view forKey);
 };
 
 } // namespace LumoKit
