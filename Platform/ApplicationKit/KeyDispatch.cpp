@@ -132,18 +132,8 @@ void KeyDispatch::goOn(const NSEvent& event)
     if (!surface)
         return;
     const auto native = delivered(event, KeyReader::control, surface);
-    if (gtk_window_activate_key(widget, &native->key)
-        || gtk_bindings_activate_event(G_OBJECT(widget), &native->key))
-        return;
-    if (opensMenuBar(event))
-        gtk_menu_shell_select_first(GTK_MENU_SHELL(window.nativeWindow().menuBar->widget()), FALSE);
-}
-
-bool KeyDispatch::opensMenuBar(const NSEvent& event) const
-{
-    using Flags = NSEvent::ModifierFlags;
-    return window.nativeWindow().menuBar && event.charactersIgnoringModifiers == NSF10FunctionKey
-        && event.modifierFlags.isDisjoint(Flags::shift | Flags::control | Flags::option | Flags::command);
+    if (!gtk_window_activate_key(widget, &native->key))
+        gtk_bindings_activate_event(G_OBJECT(widget), &native->key);
 }
 
 } // namespace LumoKit::detail

@@ -44,7 +44,6 @@ private:
     void goOn(const NSEvent& event);
     bool deliverToFocus(const NSEvent& event);
     bool propagate(GdkEvent* event, GtkWidget* widget) const;
-    [[nodiscard]] bool opensMenuBar(const NSEvent& event) const;
 
     NSWindow& window;
     bool reached = false; // the press that is being sent reached a widget

@@ -166,7 +166,7 @@ GdkEventPtr madeFrom(const NSEvent& event, KeyReader reader)
 NSEvent eventOf(const GdkEventKey& key, int windowNumber, bool isARepeat)
 {
     NSEvent event;
-    event.type = key.is_modifier    ? NSEvent::EventType::flagsChanged
+    event.type = isModifierKey(key.keyval) ? NSEvent::EventType::flagsChanged
         : key.type == GDK_KEY_PRESS ? NSEvent::EventType::keyDown
                                     : NSEvent::EventType::keyUp;
     event.timestamp = key.time / 1000.0;

@@ -219,6 +219,14 @@ std::string charactersOf(guint keyval)
     return character ? utf8(character) : std::string();
 }
 
+bool isModifierKey(guint keyval)
+{
+    return (keyval >= GDK_KEY_Shift_L && keyval <= GDK_KEY_Hyper_R)
+        || (keyval >= GDK_KEY_ISO_Lock && keyval <= GDK_KEY_ISO_Last_Group_Lock)
+        || (keyval >= GDK_KEY_ISO_Level5_Shift && keyval <= GDK_KEY_ISO_Level5_Lock)
+        || keyval == GDK_KEY_Num_Lock || keyval == GDK_KEY_Mode_switch;
+}
+
 guint keyvalOf(const std::string& characters)
 {
     if (characters.empty())

@@ -17,6 +17,9 @@ namespace LumoKit::detail {
 
 /// The character of a key symbol, as `NSEvent::characters` has it; nothing for a modifier or a dead key.
 [[nodiscard]] std::string charactersOf(guint keyval);
+/// Whether a key only changes what others do. What the desktop says of this may be wrong after a change of the
+/// layout.
+[[nodiscard]] bool isModifierKey(guint keyval);
 /// The key symbol of a text's first character; `GDK_KEY_VoidSymbol` for an empty one.
 [[nodiscard]] guint keyvalOf(const std::string& characters);
 
