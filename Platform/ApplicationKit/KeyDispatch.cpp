@@ -78,7 +78,26 @@ bool KeyDispatch::deliver(const NSEvent& event, GtkWidget* widget, KeyReader rea
     if (!surface)
         return false; // it is not on screen
     reached = true;
-    return propagate(delivered(event, reader, surface).get(), widget);
+    const auto native = delivered(event, reader, surface);
+    if (reader == KeyReader::page && event.type == NSEvent::EventType::keyDown)
+        keepFromRepeating(event, native->key);
+    return propagate(native.get(), widget);
+}
+
+void KeyDispatch::keepFromRepeating(const NSEvent& event, GdkEventKey& key)
+{
+    if (event.native) {
+        lastMadeByHand = noKey;
+        return;
+    }
+    constexpr guint16 unknown = 0;
+    constexpr guint16 alsoUnknown = 7;
+    const gunichar character = gdk_keyval_to_unicode(key.keyval);
+    // A key that edits is known by its place.
+    const bool edits = key.hardware_keycode != unknown && !g_unichar_isprint(character);
+    if (key.hardware_keycode == lastMadeByHand && !edits)
+        key.hardware_keycode = lastMadeByHand == unknown ? alsoUnknown : unknown;
+    lastMadeByHand = key.hardware_keycode;
 }
 
 bool KeyDispatch::deliverToFocus(const NSEvent& event)

@@ -39,14 +39,20 @@ public:
     bool deliver(const NSEvent& event, GtkWidget* widget, KeyReader reader);
 
 private:
+    static constexpr guint16 noKey = 0xFFFF;
+
     gboolean received(GdkEventKey& key);
     /// What nobody in the window took.
     void goOn(const NSEvent& event);
+    /// The engine takes a second press of a key without a release for a repetition. Keys made by hand have no
+    /// release: a letter that comes twice is one of another, unknown place the second time.
+    void keepFromRepeating(const NSEvent& event, GdkEventKey& key);
     bool deliverToFocus(const NSEvent& event);
     bool propagate(GdkEvent* event, GtkWidget* widget) const;
 
     NSWindow& window;
     bool reached = false; // the press that is being sent reached a widget
+    guint16 lastMadeByHand = noKey; // the place that the page was last given for a key that no keyboard sent
     std::set<guint16> held; // keys that are down, by their places
     std::set<guint16> unreached; // of those, the ones whose press reached no widget
     std::vector<SignalConnection> connections;

@@ -167,8 +167,8 @@ NSEvent eventOf(const GdkEventKey& key, int windowNumber, bool isARepeat)
 {
     NSEvent event;
     event.type = isModifierKey(key.keyval) ? NSEvent::EventType::flagsChanged
-        : key.type == GDK_KEY_PRESS ? NSEvent::EventType::keyDown
-                                    : NSEvent::EventType::keyUp;
+        : key.type == GDK_KEY_PRESS        ? NSEvent::EventType::keyDown
+                                           : NSEvent::EventType::keyUp;
     event.timestamp = key.time / 1000.0;
     event.windowNumber = windowNumber;
     event.isARepeat = isARepeat;

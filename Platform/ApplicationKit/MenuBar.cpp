@@ -138,7 +138,8 @@ void MenuLine::show(const NSMenuItem& item)
     GtkWidget* label = gtk_bin_get_child(GTK_BIN(line.get()));
     gtk_label_set_text(GTK_LABEL(label), item.title().c_str());
     const guint key = item.keyEquivalent().empty() ? 0 : keyvalOf(lowercased(item.keyEquivalent()));
-    gtk_accel_label_set_accel(GTK_ACCEL_LABEL(label), key, shownModifiers(item));
+    gtk_accel_label_set_accel(
+        GTK_ACCEL_LABEL(label), key, key ? shownModifiers(item) : static_cast<GdkModifierType>(0));
     gtk_widget_set_sensitive(line.get(), item.isEnabled());
     if (GTK_IS_CHECK_MENU_ITEM(line.get())) {
         auto* check = GTK_CHECK_MENU_ITEM(line.get());

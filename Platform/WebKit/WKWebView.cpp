@@ -47,7 +47,7 @@ struct WebNative final : NSView::Native {
     const std::shared_ptr<WKWebsiteDataStore> store;
     std::weak_ptr<WKNavigationDelegate> navigationDelegate;
     detail::Source timeout; // of the request that waits for an answer
-    bool isTimedOut = false;
+    bool isTimedOut = false; // the load that the engine is to stop
     KeyValueObservation commandKey;
     bool committed = false; // of the load that is under way
     bool failed = false; // the engine reports a failed load as finished, too
@@ -257,9 +257,9 @@ WKWebView::WKWebView(const CGRect& frame, std::shared_ptr<WKWebViewConfiguration
             // The load that this one took the place of is cancelled, too.
             if (!g_error_matches(error, WEBKIT_NETWORK_ERROR, WEBKIT_NETWORK_ERROR_CANCELLED))
                 state.timeout = {};
-            const Error told = std::exchange(state.isTimedOut, false)
-                ? Error{errorDomain, timedOut, "The request timed out."}
-                : errorOf(error);
+            if (std::exchange(state.isTimedOut, false))
+                return TRUE; // the delegate has been told
+            const Error told = errorOf(error);
             if (const auto delegate = state.navigationDelegate.lock()) {
                 if (state.committed)
                     delegate->didFail(*this, told);
@@ -335,12 +335,17 @@ void WKWebView::load(const URLRequest& request)
     g_source_set_callback(
         source,
         +[](gpointer data) -> gboolean {
-            auto& native = *static_cast<WebNative*>(data); // it owns this source
-            native.isTimedOut = true;
+            auto* view = static_cast<WKWebView*>(data); // it owns this source
+            const auto alive = view->weak_from_this().lock();
+            WebNative& native = nativeOf(*view);
+            native.isTimedOut = native.failed = true;
             webkit_web_view_stop_loading(native.view());
+            if (const auto delegate = native.navigationDelegate.lock())
+                delegate->didFailProvisionalNavigation(
+                    *view, {errorDomain, timedOut, "The request timed out."});
             return G_SOURCE_REMOVE;
         },
-        &nativeOf(*this), nullptr);
+        this, nullptr);
     g_source_attach(source, nullptr);
     nativeOf(*this).timeout = detail::Source::adopt(source);
 }
@@ -348,6 +353,7 @@ void WKWebView::load(const URLRequest& request)
 void WKWebView::load(const URL& url)
 {
     nativeOf(*this).timeout = {};
+    nativeOf(*this).isTimedOut = false;
     webkit_web_view_load_uri(nativeOf(*this).view(), url.absoluteString().c_str());
 }
 

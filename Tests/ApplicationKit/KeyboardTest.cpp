@@ -1,7 +1,8 @@
 // Keys that are pressed on the keyboard of the screen.
 
-#include "Support/KeyPage.h"
 #include "Support/Keyboard.h"
+
+#include "Support/KeyPage.h"
 
 #include <LumoKit/Platform/Native/Gtk.h>
 
@@ -262,8 +263,8 @@ TEST_F(KeyboardTest, GivesThePageItsKeysBeforeTheMenus)
 
 TEST_F(KeyboardTest, LeavesCommandCommaToTheMenus)
 {
-    static_cast<void>(page.evaluate(
-        "addEventListener('keydown', e => { if (e.key == ',') e.preventDefault(); }); ''"));
+    static_cast<void>(
+        page.evaluate("addEventListener('keydown', e => { if (e.key == ',') e.preventDefault(); }); ''"));
     page.addItem("Settings", ",");
     keyboard.tap(KEY_COMMA, {KEY_LEFTCTRL});
     EXPECT_TRUE(waitUntil([&] { return page.chosen == "Settings "; }));

@@ -35,7 +35,8 @@ protected:
         NSApplication::shared().setCommandKey(NSApplication::CommandKey::control);
     }
 
-    std::shared_ptr<NSMenuItem> add(const std::string& title, const std::string& key = {}, Flags mask = Flags::command)
+    std::shared_ptr<NSMenuItem> add(
+        const std::string& title, const std::string& key = {}, Flags mask = Flags::command)
     {
         auto item = std::make_shared<NSMenuItem>(
             title, [this](NSMenuItem& sender) { chosen += sender.title() + " "; }, key);
@@ -50,13 +51,13 @@ protected:
         std::vector<GtkWidget*> found;
         GtkWidget* box = gtk_bin_get_child(GTK_BIN(gtkWindow(window)));
         for (GList* child = gtk_container_get_children(GTK_CONTAINER(box)); child;
-             child = g_list_delete_link(child, child))
+            child = g_list_delete_link(child, child))
             if (GTK_IS_MENU_BAR(child->data))
                 for (GList* top = gtk_container_get_children(GTK_CONTAINER(child->data)); top;
-                     top = g_list_delete_link(top, top)) {
+                    top = g_list_delete_link(top, top)) {
                     GtkWidget* below = gtk_menu_item_get_submenu(GTK_MENU_ITEM(top->data));
-                    for (GList* line = below ? gtk_container_get_children(GTK_CONTAINER(below)) : nullptr; line;
-                         line = g_list_delete_link(line, line))
+                    for (GList* line = below ? gtk_container_get_children(GTK_CONTAINER(below)) : nullptr;
+                        line; line = g_list_delete_link(line, line))
                         found.push_back(GTK_WIDGET(line->data));
                 }
         return found;
@@ -217,7 +218,8 @@ TEST_F(NSMenuTest, DoesAnItemsActionOnAClick)
     const auto window = NSWindow::create({{}, {200, 100}});
     gtk_menu_item_activate(GTK_MENU_ITEM(lines(*window)[0]));
     EXPECT_EQ(chosen, "Sound ");
-    EXPECT_TRUE(gtk_check_menu_item_get_active(GTK_CHECK_MENU_ITEM(lines(*window)[0]))); // the item's own word
+    EXPECT_TRUE(
+        gtk_check_menu_item_get_active(GTK_CHECK_MENU_ITEM(lines(*window)[0]))); // the item's own word
     item->setAction([](NSMenuItem& sender) {
         sender.setState(NSMenuItem::State::off);
         sender.menu()->removeAllItems();

@@ -23,8 +23,8 @@ struct KeyPage {
     explicit KeyPage(NSWindow::StyleMask style = {})
     {
         window = NSWindow::create({{100, 100}, {600, 400}}, style);
-        view = std::make_shared<LMWebView>(
-            CGRect{{}, {600, 400}}, std::make_shared<WKWebViewConfiguration>());
+        view =
+            std::make_shared<LMWebView>(CGRect{{}, {600, 400}}, std::make_shared<WKWebViewConfiguration>());
         view->setNavigationDelegate(navigation);
         window->contentView()->addSubview(view);
         view->setAutoresizing(NSAutoresizing::sizable());
@@ -84,7 +84,9 @@ struct KeyPage {
         std::string log;
         const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
         do {
-            log = evaluate("log.filter(e => !/\\((Control|Shift|Alt|AltGraph|Meta|Super|OS|CapsLock|NumLock)/.test(e)).join(' ')");
+            log = evaluate(
+                "log.filter(e => "
+                "!/\\((Control|Shift|Alt|AltGraph|Meta|Super|OS|CapsLock|NumLock)/.test(e)).join(' ')");
             runPendingTurns();
         } while (!log.ends_with(last) && std::chrono::steady_clock::now() < limit);
         return log;

@@ -19,7 +19,10 @@ bool typesIn(const std::string& layout)
     guint keyval = 0;
     gdk_keymap_translate_keyboard_state(gdk_keymap_get_for_display(gdk_display_get_default()), placeOfY,
         static_cast<GdkModifierType>(0), 0, &keyval, nullptr, nullptr, nullptr);
-    return keyval == static_cast<guint>(layout == "de" ? GDK_KEY_z : layout == "ru" ? GDK_KEY_Cyrillic_en : GDK_KEY_y);
+    return keyval
+        == static_cast<guint>(layout == "de" ? GDK_KEY_z
+                : layout == "ru"             ? GDK_KEY_Cyrillic_en
+                                             : GDK_KEY_y);
 }
 
 constexpr unsigned lockMasks = LockMask | Mod2Mask;

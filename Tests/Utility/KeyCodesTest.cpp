@@ -36,20 +36,20 @@ TEST(ModifierFlags, AreASet)
 
 TEST(KeyCode, HasThePlaceOfEachNamedKey)
 {
-    const std::map<std::string, std::pair<KeyCode, int>> plain{{"a", {KeyCode::a, 0}}, {"b", {KeyCode::b, 11}},
-        {"c", {KeyCode::c, 8}}, {"d", {KeyCode::d, 2}}, {"e", {KeyCode::e, 14}}, {"f", {KeyCode::f, 3}},
-        {"g", {KeyCode::g, 5}}, {"h", {KeyCode::h, 4}}, {"i", {KeyCode::i, 34}}, {"j", {KeyCode::j, 38}},
-        {"k", {KeyCode::k, 40}}, {"l", {KeyCode::l, 37}}, {"m", {KeyCode::m, 46}}, {"n", {KeyCode::n, 45}},
-        {"o", {KeyCode::o, 31}}, {"p", {KeyCode::p, 35}}, {"q", {KeyCode::q, 12}}, {"r", {KeyCode::r, 15}},
-        {"s", {KeyCode::s, 1}}, {"t", {KeyCode::t, 17}}, {"u", {KeyCode::u, 32}}, {"v", {KeyCode::v, 9}},
-        {"w", {KeyCode::w, 13}}, {"x", {KeyCode::x, 7}}, {"y", {KeyCode::y, 16}}, {"z", {KeyCode::z, 6}},
-        {"one", {KeyCode::one, 18}}, {"two", {KeyCode::two, 19}}, {"three", {KeyCode::three, 20}},
-        {"four", {KeyCode::four, 21}}, {"five", {KeyCode::five, 23}}, {"six", {KeyCode::six, 22}},
-        {"seven", {KeyCode::seven, 26}}, {"eight", {KeyCode::eight, 28}}, {"nine", {KeyCode::nine, 25}},
-        {"zero", {KeyCode::zero, 29}}, {"comma", {KeyCode::comma, 43}}, {"esc", {KeyCode::esc, 53}},
-        {"leftArrow", {KeyCode::leftArrow, 123}}, {"rightArrow", {KeyCode::rightArrow, 124}},
-        {"downArrow", {KeyCode::downArrow, 125}}, {"upArrow", {KeyCode::upArrow, 126}},
-        {"enter", {KeyCode::enter, 36}}};
+    const std::map<std::string, std::pair<KeyCode, int>> plain{{"a", {KeyCode::a, 0}},
+        {"b", {KeyCode::b, 11}}, {"c", {KeyCode::c, 8}}, {"d", {KeyCode::d, 2}}, {"e", {KeyCode::e, 14}},
+        {"f", {KeyCode::f, 3}}, {"g", {KeyCode::g, 5}}, {"h", {KeyCode::h, 4}}, {"i", {KeyCode::i, 34}},
+        {"j", {KeyCode::j, 38}}, {"k", {KeyCode::k, 40}}, {"l", {KeyCode::l, 37}}, {"m", {KeyCode::m, 46}},
+        {"n", {KeyCode::n, 45}}, {"o", {KeyCode::o, 31}}, {"p", {KeyCode::p, 35}}, {"q", {KeyCode::q, 12}},
+        {"r", {KeyCode::r, 15}}, {"s", {KeyCode::s, 1}}, {"t", {KeyCode::t, 17}}, {"u", {KeyCode::u, 32}},
+        {"v", {KeyCode::v, 9}}, {"w", {KeyCode::w, 13}}, {"x", {KeyCode::x, 7}}, {"y", {KeyCode::y, 16}},
+        {"z", {KeyCode::z, 6}}, {"one", {KeyCode::one, 18}}, {"two", {KeyCode::two, 19}},
+        {"three", {KeyCode::three, 20}}, {"four", {KeyCode::four, 21}}, {"five", {KeyCode::five, 23}},
+        {"six", {KeyCode::six, 22}}, {"seven", {KeyCode::seven, 26}}, {"eight", {KeyCode::eight, 28}},
+        {"nine", {KeyCode::nine, 25}}, {"zero", {KeyCode::zero, 29}}, {"comma", {KeyCode::comma, 43}},
+        {"esc", {KeyCode::esc, 53}}, {"leftArrow", {KeyCode::leftArrow, 123}},
+        {"rightArrow", {KeyCode::rightArrow, 124}}, {"downArrow", {KeyCode::downArrow, 125}},
+        {"upArrow", {KeyCode::upArrow, 126}}, {"enter", {KeyCode::enter, 36}}};
     EXPECT_EQ(plain.size(), 43U);
     for (const auto& [name, key] : plain) {
         EXPECT_EQ(key.first.rawValue, key.second) << name;

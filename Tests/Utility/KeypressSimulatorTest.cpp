@@ -1,8 +1,7 @@
-#include <LumoKit/Utility/KeypressSimulator.h>
-
 #include "Support/KeyPage.h"
 
 #include <LumoKit/Platform/Native/Gtk.h>
+#include <LumoKit/Utility/KeypressSimulator.h>
 
 #include <gtest/gtest.h>
 
@@ -87,7 +86,8 @@ TEST_F(KeyPressSimulatorTest, SendsOneKeyThatGoesDown)
 
 TEST_F(KeyPressSimulatorTest, SendsASequenceInOrder)
 {
-    KeyPressSimulator::simulate(std::vector<KeyPress>{{"a", {}}, {"B", Flags::shift}, {"👨‍👩‍👧", Flags::option}});
+    KeyPressSimulator::simulate(
+        std::vector<KeyPress>{{"a", {}}, {"B", Flags::shift}, {"👨‍👩‍👧", Flags::option}});
     ASSERT_EQ(recorder->events.size(), 3U);
     EXPECT_EQ(recorder->events[0].characters, "a");
     EXPECT_EQ(recorder->events[1].characters, "B");
@@ -131,7 +131,8 @@ TEST_F(KeyPressSimulatorTest, TypesIntoAControlOfTheToolkit)
         GTK_BOX(gtk_widget_get_parent(gtkWidget(*window->contentView()))), entry, FALSE, FALSE, 0);
     gtk_widget_show(entry);
     gtk_widget_grab_focus(entry);
-    KeyPressSimulator::simulate({{"a", {}}, {"é", {}}, {"😀", {}}, {"e\u0301", {}}, {"👨‍👩‍👧", {}}, {"b", {}}, {"\x7F", {}}});
+    KeyPressSimulator::simulate({{"a", {}}, {"é", {}}, {"😀", {}}, {"e\u0301", {}},
+        {"👨‍👩‍👧", {}}, {"b", {}}, {"\x7F", {}}});
     EXPECT_STREQ(gtk_entry_get_text(GTK_ENTRY(entry)), "aé😀e\u0301👨‍👩‍👧");
     gtk_widget_destroy(entry);
 }
@@ -152,7 +153,14 @@ TEST_F(KeyPressSimulatorTest, IsNotReadUnderAPanel)
 TEST_F(KeyPressSimulatorTest, MayCloseTheWindow)
 {
     const auto menu = std::make_shared<NSMenu>();
-    menu->addItem(std::make_shared<NSMenuItem>("Close", [&](NSMenuItem&) { window->close(); window.reset(); recorder.reset(); }, "w"));
+    menu->addItem(std::make_shared<NSMenuItem>(
+        "Close",
+        [&](NSMenuItem&) {
+            window->close();
+            window.reset();
+            recorder.reset();
+        },
+        "w"));
     NSApplication::shared().setMainMenu(menu);
     KeyPressSimulator::simulate(KeyPress{"w", Flags::command});
     EXPECT_EQ(window, nullptr);
@@ -178,8 +186,21 @@ TEST_F(KeyPressInAPageTest, IsTrustedAndHasNoRelease)
 {
     KeyPressSimulator::simulate({{"a", {}}, {"K", Flags::shift}, {"é", {}}, {"😀", {}}, {"z", {}}});
     EXPECT_EQ(page.logUpTo("input(z)"),
-        "keydown(a) input(a) keydown(K+shift) input(K) keydown(é) input(é) keydown(😀) input(😀) keydown(z) input(z)");
+        "keydown(a) input(a) keydown(K+shift) input(K) keydown(é) input(é) keydown(Unidentified) input(😀) "
+        "keydown(z) input(z)");
     EXPECT_EQ(page.text(), "aKé😀z");
+}
+
+TEST_F(KeyPressInAPageTest, IsNoRepetitionOfThePressBefore)
+{
+    KeyPressSimulator::simulate(
+        {{"a", {}}, {"a", {}}, {"k", Flags::command}, {"k", Flags::command}, {"z", {}}});
+    EXPECT_EQ(page.logUpTo("input(z)"),
+        "keydown(a) input(a) keydown(a) input(a) keydown(k+ctrl) keydown(k+ctrl) keydown(z) input(z)");
+    static_cast<void>(page.evaluate("t.blur(); log = []; ''")); // where nothing can be typed
+    KeyPressSimulator::simulate(
+        {{"a", {}}, {"a", {}}, {"k", Flags::command}, {"k", Flags::command}, {"z", {}}});
+    EXPECT_EQ(page.logUpTo("keydown(z)"), "keydown(a) keydown(a) keydown(k+ctrl) keydown(k+ctrl) keydown(z)");
 }
 
 TEST_F(KeyPressInAPageTest, TypesWholeCharacters)
@@ -210,10 +231,10 @@ TEST_F(KeyPressInAPageTest, GoesOnToTheMenusAsItWas)
     page.addItem("Settings", ",");
     KeyPressSimulator::simulate({{"p", Flags::command}, {"n", Flags::command},
         {"s", Flags::control | Flags::option}, {",", Flags::command}});
-    EXPECT_TRUE(waitUntil([&] { return page.chosen == "New Settings Sort " || page.chosen.size() > 16; }));
-    EXPECT_NE(page.chosen.find("New "), std::string::npos) << page.chosen;
-    EXPECT_NE(page.chosen.find("Sort "), std::string::npos) << page.chosen;
-    EXPECT_EQ(page.logUpTo("keydown(s+ctrl+alt)"), "keydown(p+ctrl) keydown(n+ctrl) keydown(s+ctrl+alt)");
+    // Such a press is known by its character: that it has the code of another key than the comma lets the page see it.
+    EXPECT_EQ(page.logUpTo("keydown(,+ctrl)"),
+        "keydown(p+ctrl) keydown(n+ctrl) keydown(s+ctrl+alt) keydown(,+ctrl)");
+    EXPECT_TRUE(waitUntil([&] { return page.chosen == "New Sort Settings "; })) << page.chosen;
 }
 
 TEST_F(KeyPressInAPageTest, HasTheMetaKeyWhereSuperIsCommand)
