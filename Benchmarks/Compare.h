@@ -46,6 +46,7 @@ struct Outcome {
 [[nodiscard]] std::vector<Row> cookieRows();
 [[nodiscard]] std::vector<Row> fileRows();
 [[nodiscard]] std::vector<Row> imageRows();
+[[nodiscard]] std::vector<Row> keyRows();
 [[nodiscard]] std::vector<Row> linkRows();
 [[nodiscard]] std::vector<Row> mainQueueRows();
 [[nodiscard]] std::vector<Row> remoteRows();

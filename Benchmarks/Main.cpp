@@ -28,6 +28,8 @@ int main(int count, char** arguments)
         "peer");
     for (const auto& rows : {bridgeRows(), mainQueueRows(), settingsRows(), cookieRows(), fileRows(), imageRows(),
              linkRows(), remoteRows(), startRows()}) {
+    for (const auto& rows :
+        {bridgeRows(), mainQueueRows(), settingsRows(), fileRows(), linkRows(), keyRows(), startRows()}) {
         for (const Row& row : rows) {
             if (!std::regex_search(row.name, wanted))
                 continue;
