@@ -67,7 +67,7 @@ public:
     /// An empty view takes the place of none.
     void setContentView(std::shared_ptr<NSView> view);
 
-    /// Origin and size of the content. Where the desktop does not tell positions (Wayland), the origin is
+    /// Origin and size of the content, with the menu bar. Where the desktop does not tell positions (Wayland), the origin is
     /// that of the last `setFrame`.
     [[nodiscard]] CGRect frame() const;
     /// Moves and resizes; where the desktop does not let windows move themselves, only resizes.
