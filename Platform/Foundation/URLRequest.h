@@ -50,21 +50,6 @@ struct URLRequest {
     std::optional<Data> httpBody;
 
     bool operator==(const URLRequest&) const = default;
-#include <LumoKit/Platform/Foundation/URL.h>
-
-namespace LumoKit {
-
-/// What to load, and how.
-struct URLRequest {
-    enum class CachePolicy {
-        /// As the protocol and what the server said have it.
-        useProtocolCachePolicy
-    };
-
-    URL url;
-    CachePolicy cachePolicy = CachePolicy::useProtocolCachePolicy;
-    /// How long an answer may be in coming. Units: seconds.
-    double timeoutInterval = 60;
 };
 
 } // namespace LumoKit

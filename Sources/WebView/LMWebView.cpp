@@ -85,7 +85,7 @@ std::string detail::nameOf(const std::type_info& type)
 void detail::load(WKWebView& webView, const std::optional<URL>& url, const std::string& description)
 {
     if (url)
-        webView.load(URLRequest{.url = *url, .timeoutInterval = 60});
+        webView.load(URLRequest(*url));
     else
         print("Cannot load '" + description + "', it does not convert to a valid url");
 }

@@ -206,15 +206,15 @@ TEST_F(LMWebViewTest, PrintsWhatDoesNotAndKeepsThePage)
 
 TEST_F(LMWebViewTest, WaitsAMinuteForAnAnswer)
 {
-    EXPECT_EQ(URLRequest{.url = staticURL("silent://x/")}.timeoutInterval, 60);
-    view->load(URLRequest{.url = staticURL("silent://host/"), .timeoutInterval = 0.05});
+    EXPECT_EQ(URLRequest(staticURL("silent://x/")).timeoutInterval, 60);
+    view->load(URLRequest(staticURL("silent://host/"), URLRequestCachePolicy::useProtocolCachePolicy, 0.05));
     ASSERT_TRUE(waitUntil([&] { return navigation->saw("fail provisional"); }));
     ASSERT_EQ(navigation->errors.size(), 1U);
     EXPECT_EQ(navigation->errors[0].domain, WKWebView::errorDomain);
     EXPECT_EQ(navigation->errors[0].code, WKWebView::timedOut);
     // A load that is answered is not cut off, and neither is the next one.
     navigation->events.clear();
-    view->load(URLRequest{.url = staticURL("silent://host/"), .timeoutInterval = 0.05});
+    view->load(URLRequest(staticURL("silent://host/"), URLRequestCachePolicy::useProtocolCachePolicy, 0.05));
     view->loadHTMLString("<title>Other</title>", {});
     ASSERT_TRUE(waitUntil([&] { return view->title() == "Other"; }));
     const std::size_t before = silence->tasks.size();
