@@ -1,4 +1,5 @@
 #include "CommandLineLinks.h"
+#include "ModalSession.h"
 #include "NSApplicationNative.h"
 #include "NSWindowNative.h"
 
@@ -101,10 +102,24 @@ bool NSApplication::Native::letGo(const NSWindow& window)
 
 void NSApplication::Native::becameKey(const NSWindow& window)
 {
+    expectedKey.reset();
     const auto place =
         std::ranges::find_if(onScreen, [&](const auto& kept) { return kept.get() == &window; });
     if (place != onScreen.end())
         std::rotate(place, place + 1, onScreen.end());
+}
+
+void NSApplication::Native::expectKey(GtkWindow* window)
+{
+    const auto place = std::ranges::find_if(
+        onScreen, [&](const auto& kept) { return kept->nativeWindow().window.get() == window; });
+    if (place != onScreen.end())
+        expectedKey = *place;
+}
+
+bool NSApplication::Native::isEnding() const
+{
+    return terminating && loop && !g_main_loop_is_running(loop);
 }
 
 void NSApplication::Native::becomeTheOne(const std::string& identifier, const detail::StartRequest& request)
@@ -266,14 +281,42 @@ void NSApplication::terminate()
     if (native->loop)
         g_main_loop_quit(native->loop);
     endDialogs();
+    detail::ModalSession::abortAll();
+}
+
+NSModalResponse NSApplication::runModal(const std::shared_ptr<NSWindow>& forWindow)
+{
+    assertMainThread();
+    if (native->isEnding())
+        return NSModalResponseAbort;
+    forWindow->makeKeyAndOrderFront();
+    return detail::ModalSession(forWindow->nativeWindow().window.get()).run();
+}
+
+void NSApplication::stopModal(NSModalResponse withCode)
+{
+    assertMainThread();
+    if (auto* session = detail::ModalSession::current())
+        session->stop(withCode);
+}
+
+void NSApplication::abortModal()
+{
+    stopModal(NSModalResponseAbort);
 }
 
 std::shared_ptr<NSWindow> NSApplication::keyWindow() const
 {
-    for (const auto& window : windows())
+    const auto all = windows();
+    for (const auto& window : all)
         if (window->isKeyWindow())
             return window;
-    return nullptr;
+    for (const auto& window : all)
+        if (const auto* sheet = window->nativeWindow().sheets.attached();
+            sheet && gtk_window_is_active(sheet->dialog()))
+            return window;
+    const auto expected = native->expectedKey.lock();
+    return expected && expected->isVisible() ? expected : nullptr;
 }
 
 std::vector<std::shared_ptr<NSWindow>> NSApplication::windows() const

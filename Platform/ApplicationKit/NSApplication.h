@@ -1,5 +1,6 @@
 #pragma once
 
+#include <LumoKit/Platform/ApplicationKit/NSModalResponse.h>
 #include <LumoKit/Platform/Foundation/NSObject.h>
 
 #include <memory>
@@ -65,7 +66,17 @@ public:
     /// waited for end, too, without an answer.
     void terminate();
 
-    /// The window that has the keyboard; null if it is none of this application's.
+    /// Shows a window and runs the main loop until `stopModal`. Meanwhile the user's input reaches that window alone,
+    /// and what is above it: its sheets, alerts. Sessions nest. One whose window is closed or hidden is aborted, and so
+    /// are all when the application ends.
+    NSModalResponse runModal(const std::shared_ptr<NSWindow>& forWindow);
+
+    /// Ends the innermost modal session, be it a window's or a panel's, with a response; nothing without one.
+    void stopModal(NSModalResponse withCode = NSModalResponseStop);
+    void abortModal();
+
+    /// The window that has the keyboard, itself or by its sheet; null if it is none of this application's. Once a
+    /// panel has been answered, the window that it was above counts, though the keyboard comes back a moment later.
     [[nodiscard]] std::shared_ptr<NSWindow> keyWindow() const;
 
     /// The windows that exist, in the order in which they were made.

@@ -9,7 +9,7 @@
 #include <LumoKit/Platform/ApplicationKit/NSWindow.h>
 #include <LumoKit/Platform/Native/Source.h>
 
-#include <glib.h>
+#include <gtk/gtk.h>
 
 #include <optional>
 
@@ -24,6 +24,11 @@ struct NSApplication::Native {
     bool letGo(const NSWindow& window);
     void closed(const NSWindow& window);
     void becameKey(const NSWindow& window);
+    /// A panel above this window has gone, and with it the keyboard comes back.
+    void expectKey(GtkWindow* window);
+
+    /// Whether the main loop has been told to end: nothing that waits for the user may begin.
+    [[nodiscard]] bool isEnding() const;
 
     /// Ends the process where another instance has taken over what it was started for.
     void becomeTheOne(const std::string& identifier, const detail::StartRequest& request);
@@ -51,6 +56,7 @@ struct NSApplication::Native {
     std::vector<std::weak_ptr<NSWindow>> windows; // all, in the order in which they were made
     std::vector<std::shared_ptr<NSWindow>>
         onScreen; // kept while they are; the one that was used last at the end
+    std::weak_ptr<NSWindow> expectedKey; // until a window becomes key
     std::optional<detail::SingleInstance> instance; // in a bundle
     std::shared_ptr<NSMenu> mainMenu;
     CommandKey commandKey = CommandKey::control;

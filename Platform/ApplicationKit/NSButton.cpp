@@ -9,14 +9,21 @@ namespace LumoKit {
 namespace {
 
 struct ButtonNative final : NSView::Native {
-    ButtonNative()
-        : Native((static_cast<void>(NSApplication::shared()),
-              gtk_button_new())) // no widget before there is a display
+    explicit ButtonNative(GtkWidget* made)
+        : Native(made)
     {
         gtk_widget_show(widget.get());
     }
     [[nodiscard]] GtkButton* button() const { return GTK_BUTTON(widget.get()); }
+    /// Null for a push button.
+    [[nodiscard]] GtkToggleButton* checkBox() const
+    {
+        return GTK_IS_TOGGLE_BUTTON(widget.get()) ? GTK_TOGGLE_BUTTON(widget.get()) : nullptr;
+    }
 
+    NSControlStateValue state = NSControlStateValue::off; // of a push button
+    bool settingState = false;
+    detail::SignalConnection toggled;
     detail::SignalConnection clicked;
 };
 
@@ -28,10 +35,27 @@ ButtonNative& nativeOf(const NSButton& button)
 } // namespace
 
 NSButton::NSButton(const std::string& title, const CGRect& frame)
-    : NSView(std::make_unique<ButtonNative>())
+    : NSButton(Kind::push, title, frame)
 {
-    nativeView().frame = frame;
+}
+
+NSButton::NSButton(Kind kind, const std::string& title, const CGRect& frame)
+    : NSView([kind] {
+        static_cast<void>(NSApplication::shared()); // no widget before there is a display
+        return std::make_unique<ButtonNative>(kind == Kind::push ? gtk_button_new() : gtk_check_button_new());
+    }())
+{
+    auto& native = nativeOf(*this);
+    native.frame = frame;
     setTitle(title);
+    if (GtkToggleButton* box = native.checkBox())
+        native.toggled = detail::SignalConnection::connect<void(GtkToggleButton*)>(
+            box, "toggled", [](GtkToggleButton* clicked) { gtk_toggle_button_set_inconsistent(clicked, FALSE); });
+}
+
+std::shared_ptr<NSButton> NSButton::checkbox(const std::string& withTitle, const CGRect& frame)
+{
+    return std::shared_ptr<NSButton>(new NSButton(Kind::check, withTitle, frame));
 }
 
 std::string NSButton::title() const
@@ -54,6 +78,30 @@ void NSButton::setEnabled(bool enabled)
     gtk_widget_set_sensitive(nativeView().widget.get(), enabled);
 }
 
+NSControlStateValue NSButton::state() const
+{
+    const auto& native = nativeOf(*this);
+    GtkToggleButton* box = native.checkBox();
+    if (!box)
+        return native.state;
+    if (gtk_toggle_button_get_inconsistent(box))
+        return NSControlStateValue::mixed;
+    return gtk_toggle_button_get_active(box) ? NSControlStateValue::on : NSControlStateValue::off;
+}
+
+void NSButton::setState(NSControlStateValue state)
+{
+    auto& native = nativeOf(*this);
+    native.state = state;
+    GtkToggleButton* box = native.checkBox();
+    if (!box)
+        return;
+    native.settingState = true; // GTK tells of this as of a click
+    gtk_toggle_button_set_active(box, state == NSControlStateValue::on);
+    gtk_toggle_button_set_inconsistent(box, state == NSControlStateValue::mixed);
+    native.settingState = false;
+}
+
 void NSButton::setAction(std::function<void(NSButton&)> action)
 {
     auto& native = nativeOf(*this);
@@ -63,7 +111,8 @@ void NSButton::setAction(std::function<void(NSButton&)> action)
     native.clicked = detail::SignalConnection::connect<void(GtkButton*)>(
         native.button(), "clicked", [this, action = std::move(action)](auto*) {
             const auto alive = shared_from_this(); // the action may remove the button
-            action(*this);
+            if (!nativeOf(*this).settingState)
+                action(*this);
         });
 }
 

@@ -1,3 +1,4 @@
+#include "KeyboardFocus.h"
 #include "NSApplicationNative.h"
 #include "NSViewNative.h"
 #include "NSWindowNative.h"
@@ -40,18 +41,6 @@ GdkRectangle monitorOf(GtkWindow* window)
     return area;
 }
 
-/// Without a window manager nobody hands out the keyboard.
-bool hasWindowManager([[maybe_unused]] GdkDisplay* display)
-{
-#ifdef GDK_WINDOWING_X11
-    if (GDK_IS_X11_DISPLAY(display)) {
-        const GdkAtom full = gdk_atom_intern_static_string("_NET_WM_STATE_FULLSCREEN");
-        return gdk_x11_screen_supports_net_wm_hint(gdk_display_get_default_screen(display), full);
-    }
-#endif
-    return true;
-}
-
 NSApplication::Native& application()
 {
     return NSApplication::shared().nativeApplication();
@@ -82,6 +71,7 @@ NSWindow::Native::~Native()
     connections.clear();
     keys.reset();
     menuBar.reset();
+    sheets.cancelAll();
     if (contentView) { // it may outlive the window, and so must its widget
         contentView->nativeView().window = nullptr;
         gtk_container_remove(GTK_CONTAINER(box), contentView->nativeView().widget.get());
@@ -106,6 +96,9 @@ std::shared_ptr<NSWindow> NSWindow::create(const CGRect& contentRect, StyleMask 
     // GTK keeps a reference of its own to each window until that is destroyed.
     native.window = detail::ObjectPtr<GtkWindow>::retain(GTK_WINDOW(gtk_window_new(GTK_WINDOW_TOPLEVEL)));
     GtkWindow* widget = native.window.get();
+    // A group of its own: what a sheet blocks is its window, and no other.
+    native.group = detail::ObjectPtr<GtkWindowGroup>::adopt(gtk_window_group_new());
+    gtk_window_group_add_window(native.group.get(), widget);
     gtk_window_set_decorated(widget, style.titled);
     gtk_window_set_deletable(widget, style.closable);
     gtk_window_set_resizable(widget, style.resizable);
@@ -140,12 +133,10 @@ std::shared_ptr<NSWindow> NSWindow::create(const CGRect& contentRect, StyleMask 
             NotificationCenter::defaultCenter().post(
                 {key ? didBecomeKeyNotification : didResignKeyNotification, alive, {}});
         }));
-    native.connections.push_back(SignalConnection::connect<gboolean(GtkWidget*, GdkEvent*)>(
-        widget, "map-event", [](GtkWidget* mapped, auto*) {
-            if (!hasWindowManager(gtk_widget_get_display(mapped)))
-                gdk_window_focus(gtk_widget_get_window(mapped), GDK_CURRENT_TIME);
-            return FALSE;
-        }));
+    native.connections.push_back(detail::takeKeyboardWhenMapped(widget));
+    for (const auto& [signal, visible] : {std::pair("show", true), std::pair("hide", false)})
+        native.connections.push_back(SignalConnection::connect<void(GtkWidget*)>(
+            widget, signal, [self, visible](auto*) { self->native->sheets.setVisible(*self, visible); }));
     native.connections.push_back(SignalConnection::connect<void(GtkWidget*, GdkRectangle*)>(
         widget, "size-allocate", [self, last = CGSize()](auto*, GdkRectangle* area) mutable {
             const CGSize size{double(area->width), double(area->height)};
@@ -366,6 +357,7 @@ void NSWindow::close()
     if (const auto delegate = native->delegate.lock())
         delegate->windowWillClose(*this);
     NotificationCenter::defaultCenter().post({willCloseNotification, alive, {}});
+    native->sheets.cancelAll();
     gtk_widget_hide(GTK_WIDGET(native->window.get()));
     native->closing = false;
     application().closed(*this);

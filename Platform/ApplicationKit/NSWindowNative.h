@@ -2,6 +2,7 @@
 
 #include "KeyDispatch.h"
 #include "MenuBar.h"
+#include "Panel.h"
 
 #include <LumoKit/Platform/ApplicationKit/NSWindow.h>
 #include <LumoKit/Platform/Native/ObjectPtr.h>
@@ -24,6 +25,8 @@ struct NSWindow::Native {
     [[nodiscard]] bool isBlocked() const;
 
     detail::ObjectPtr<GtkWindow> window;
+    detail::ObjectPtr<GtkWindowGroup> group;
+    detail::SheetQueue sheets;
     detail::ObjectPtr<GtkCssProvider> background;
     GtkBox* box = nullptr; // menu bar and content; the window keeps it
     std::optional<detail::MenuBar> menuBar;

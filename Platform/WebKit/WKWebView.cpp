@@ -49,6 +49,7 @@ struct WebNative final : NSView::Native {
     detail::Source timeout; // of the request that waits for an answer
     bool isTimedOut = false; // the load that the engine is to stop
     KeyValueObservation commandKey;
+    std::weak_ptr<WKUIDelegate> uiDelegate;
     bool committed = false; // of the load that is under way
     bool failed = false; // the engine reports a failed load as finished, too
     std::map<std::string_view, Value> announced; // the observable properties as they were last told
@@ -194,6 +195,39 @@ private:
     ObjectPtr<WebKitPolicyDecision> decision;
 };
 
+/// A page's request for files that waits for the host's word. One that nobody answers takes it back.
+class PendingFiles {
+public:
+    explicit PendingFiles(WebKitFileChooserRequest* asked)
+        : request(ObjectPtr<WebKitFileChooserRequest>::retain(asked))
+    {
+    }
+    PendingFiles(const PendingFiles&) = delete;
+    PendingFiles& operator=(const PendingFiles&) = delete;
+    ~PendingFiles() { answer(std::nullopt); }
+
+    void answer(const std::optional<std::vector<URL>>& files)
+    {
+        const auto asked = std::exchange(request, {});
+        if (!asked)
+            return;
+        if (!files)
+            return webkit_file_chooser_request_cancel(asked.get());
+        std::vector<std::string> paths;
+        for (const URL& file : *files)
+            if (std::string path = file.path(); file.scheme() == "file" && path.find('\0') == path.npos)
+                paths.push_back(std::move(path));
+        std::vector<const char*> list;
+        for (const std::string& path : paths)
+            list.push_back(path.c_str());
+        list.push_back(nullptr);
+        webkit_file_chooser_request_select_files(asked.get(), list.data());
+    }
+
+private:
+    ObjectPtr<WebKitFileChooserRequest> request;
+};
+
 } // namespace
 
 WKWebView::WKWebView(const CGRect& frame, std::shared_ptr<WKWebViewConfiguration> configuration)
@@ -294,6 +328,18 @@ WKWebView::WKWebView(const CGRect& frame, std::shared_ptr<WKWebViewConfiguration
                     WKNavigationActionPolicy policy) { pending->answer(policy); });
             return TRUE;
         });
+    on(std::type_identity<gboolean(WebKitWebView*, WebKitFileChooserRequest*)>(), "run-file-chooser",
+        [this](auto*, WebKitFileChooserRequest* request) -> gboolean {
+            const auto alive = weak_from_this().lock();
+            const auto delegate = nativeOf(*this).uiDelegate.lock();
+            if (!delegate)
+                return FALSE;
+            const bool several = webkit_file_chooser_request_get_select_multiple(request);
+            delegate->runOpenPanel(*this, {.allowsMultipleSelection = several},
+                [pending = std::make_shared<PendingFiles>(request)](
+                    const std::optional<std::vector<URL>>& files) { pending->answer(files); });
+            return TRUE;
+        });
     // The engine announces a property after it changed; observers get the value before all the same.
     for (const auto& [property, key] : {std::pair("notify::title", "title"), std::pair("notify::uri", "URL"),
              std::pair("notify::estimated-load-progress", "estimatedProgress"),
@@ -348,6 +394,14 @@ void WKWebView::load(const URLRequest& request)
         this, nullptr);
     g_source_attach(source, nullptr);
     nativeOf(*this).timeout = detail::Source::adopt(source);
+void WKWebView::setUIDelegate(const std::weak_ptr<WKUIDelegate>& delegate)
+{
+    nativeOf(*this).uiDelegate = delegate;
+}
+
+std::shared_ptr<WKUIDelegate> WKWebView::uiDelegate() const
+{
+    return nativeOf(*this).uiDelegate.lock();
 }
 
 void WKWebView::load(const URL& url)

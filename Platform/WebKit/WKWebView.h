@@ -4,6 +4,7 @@
 #include <LumoKit/Platform/Foundation/Error.h>
 #include <LumoKit/Platform/Foundation/URLRequest.h>
 #include <LumoKit/Platform/WebKit/WKNavigationDelegate.h>
+#include <LumoKit/Platform/WebKit/WKUIDelegate.h>
 #include <LumoKit/Platform/WebKit/WKWebViewConfiguration.h>
 
 #include <functional>
@@ -30,6 +31,10 @@ public:
     /// Not kept.
     void setNavigationDelegate(const std::weak_ptr<WKNavigationDelegate>& delegate);
     [[nodiscard]] std::shared_ptr<WKNavigationDelegate> navigationDelegate() const;
+
+    /// Not kept. Without one the engine puts its own dialogs up.
+    void setUIDelegate(const std::weak_ptr<WKUIDelegate>& delegate);
+    [[nodiscard]] std::shared_ptr<WKUIDelegate> uiDelegate() const;
 
     void load(const URL& url);
     /// Errors: the navigation fails with `timedOut` if no answer comes in time.
