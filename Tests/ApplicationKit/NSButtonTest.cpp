@@ -185,4 +185,54 @@ TEST_F(NSButtonTest, CannotHoldOtherViews)
     EXPECT_DEATH(button->addSubview(std::make_shared<NSView>()), "Fatal error: ");
 }
 
+// ---- check boxes
+
+TEST_F(NSButtonTest, ACheckBoxGoesOnAndOff)
+{
+    const auto box = NSButton::checkbox("Milk", {{1, 2}, {30, 40}});
+    EXPECT_EQ(box->title(), "Milk");
+    EXPECT_EQ(box->frame(), (CGRect{{1, 2}, {30, 40}}));
+    EXPECT_EQ(box->state(), NSControlStateValue::off);
+    click(*box);
+    EXPECT_EQ(box->state(), NSControlStateValue::on);
+    box->performClick();
+    EXPECT_EQ(box->state(), NSControlStateValue::off);
+}
+
+TEST_F(NSButtonTest, ACheckBoxGoesFromMixedToOn)
+{
+    const auto box = NSButton::checkbox("Milk");
+    for (const auto before : {NSControlStateValue::off, NSControlStateValue::on}) {
+        box->setState(before);
+        box->setState(NSControlStateValue::mixed);
+        EXPECT_EQ(box->state(), NSControlStateValue::mixed);
+        click(*box);
+        EXPECT_EQ(box->state(), NSControlStateValue::on);
+    }
+}
+
+TEST_F(NSButtonTest, SettingAStateDoesNotDoTheAction)
+{
+    const auto box = NSButton::checkbox("Milk");
+    int actions = 0;
+    box->setAction([&](NSButton&) { ++actions; });
+    for (const auto state :
+        {NSControlStateValue::on, NSControlStateValue::mixed, NSControlStateValue::off, NSControlStateValue::on}) {
+        box->setState(state);
+        EXPECT_EQ(box->state(), state);
+    }
+    EXPECT_EQ(actions, 0);
+    click(*box);
+    EXPECT_EQ(actions, 1);
+}
+
+TEST_F(NSButtonTest, APushButtonKeepsTheStateItWasGiven)
+{
+    const auto button = std::make_shared<NSButton>("Brew");
+    EXPECT_EQ(button->state(), NSControlStateValue::off);
+    button->setState(NSControlStateValue::mixed);
+    click(*button);
+    EXPECT_EQ(button->state(), NSControlStateValue::mixed);
+}
+
 } // namespace
