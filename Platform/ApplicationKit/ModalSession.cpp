@@ -47,8 +47,7 @@ ModalSession::~ModalSession()
 {
     std::erase(sessions(), this);
     if (sessions().empty())
-        gdk_event_handler_set(
-            +[](GdkEvent* event, gpointer) { gtk_main_do_event(event); }, nullptr, nullptr);
+        gdk_event_handler_set(+[](GdkEvent* event, gpointer) { gtk_main_do_event(event); }, nullptr, nullptr);
 }
 
 NSModalResponse ModalSession::run()

@@ -74,8 +74,8 @@ std::shared_ptr<NSView> holder(const std::shared_ptr<NSView>& accessory)
 {
     auto place = std::make_shared<NSView>(CGRect{{}, accessory->frame().size});
     const CGSize size = accessory->frame().size;
-    gtk_widget_set_size_request(place->nativeView().widget.get(), static_cast<int>(size.width),
-        static_cast<int>(size.height));
+    gtk_widget_set_size_request(
+        place->nativeView().widget.get(), static_cast<int>(size.width), static_cast<int>(size.height));
     gtk_widget_set_halign(place->nativeView().widget.get(), GTK_ALIGN_START);
     accessory->setFrame({{}, size});
     place->addSubview(accessory);
@@ -91,12 +91,14 @@ void addTo(GtkDialog* dialog, const std::vector<std::shared_ptr<NSButton>>& butt
         if (GtkWidget* label = gtk_bin_get_child(GTK_BIN(widget)); GTK_IS_LABEL(label)) {
             const glong characters = g_utf8_strlen(gtk_label_get_text(GTK_LABEL(label)), -1);
             gtk_label_set_ellipsize(GTK_LABEL(label), PANGO_ELLIPSIZE_END);
-            gtk_label_set_width_chars(GTK_LABEL(label), static_cast<int>(std::min<glong>(characters, textWidth)));
+            gtk_label_set_width_chars(
+                GTK_LABEL(label), static_cast<int>(std::min<glong>(characters, textWidth)));
             gtk_label_set_max_width_chars(GTK_LABEL(label), textWidth);
         }
         gtk_widget_set_can_default(widget, TRUE);
         if (buttons.size() > 1 && button == buttons.front())
-            gtk_style_context_add_class(gtk_widget_get_style_context(widget), GTK_STYLE_CLASS_SUGGESTED_ACTION);
+            gtk_style_context_add_class(
+                gtk_widget_get_style_context(widget), GTK_STYLE_CLASS_SUGGESTED_ACTION);
         int natural = 0;
         gtk_widget_get_preferred_width(widget, nullptr, &natural);
         widest = std::max(widest, natural);
@@ -160,9 +162,9 @@ NSAlert::NSAlert()
 NSAlert::NSAlert(const Error& error)
     : NSAlert()
 {
-    messageText = !error.description.empty()
-        ? error.description
-        : "The operation couldn’t be completed. (" + error.domain + " error " + std::to_string(error.code) + ".)";
+    messageText = !error.description.empty() ? error.description
+                                             : "The operation couldn’t be completed. (" + error.domain
+            + " error " + std::to_string(error.code) + ".)";
     addButton("OK");
 }
 

@@ -49,8 +49,8 @@ NSButton::NSButton(Kind kind, const std::string& title, const CGRect& frame)
     native.frame = frame;
     setTitle(title);
     if (GtkToggleButton* box = native.checkBox())
-        native.toggled = detail::SignalConnection::connect<void(GtkToggleButton*)>(
-            box, "toggled", [](GtkToggleButton* clicked) { gtk_toggle_button_set_inconsistent(clicked, FALSE); });
+        native.toggled = detail::SignalConnection::connect<void(GtkToggleButton*)>(box, "toggled",
+            [](GtkToggleButton* clicked) { gtk_toggle_button_set_inconsistent(clicked, FALSE); });
 }
 
 std::shared_ptr<NSButton> NSButton::checkbox(const std::string& withTitle, const CGRect& frame)

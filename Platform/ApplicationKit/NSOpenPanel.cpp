@@ -100,7 +100,8 @@ void NSOpenPanel::confirm()
     screen->panel->end(NSModalResponseOK);
 }
 
-void NSOpenPanel::beginSheetModal(const std::shared_ptr<NSWindow>& forWindow, CompletionHandler completionHandler)
+void NSOpenPanel::beginSheetModal(
+    const std::shared_ptr<NSWindow>& forWindow, CompletionHandler completionHandler)
 {
     build();
     const auto self = std::static_pointer_cast<NSOpenPanel>(shared_from_this());

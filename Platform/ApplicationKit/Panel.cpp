@@ -38,8 +38,10 @@ Panel::Panel(GtkWindow* dialog)
     gtk_window_set_type_hint(dialog, GDK_WINDOW_TYPE_HINT_DIALOG);
     gtk_window_set_skip_taskbar_hint(dialog, TRUE);
     connections.push_back(takeKeyboardWhenMapped(dialog));
-    connections.push_back(SignalConnection::connect<gboolean(GtkWidget*, GdkEvent*)>(dialog, "delete-event",
-        [](auto*, auto*) { return TRUE; })); // the dialog tells of it as a response, and whether it goes is ours
+    connections.push_back(
+        SignalConnection::connect<gboolean(GtkWidget*, GdkEvent*)>(dialog, "delete-event", [](auto*, auto*) {
+            return TRUE;
+        })); // the dialog tells of it as a response, and whether it goes is ours
 }
 
 Panel::~Panel()

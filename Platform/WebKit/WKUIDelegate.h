@@ -28,11 +28,9 @@ public:
     using OpenPanelCompletion = std::function<void(std::optional<std::vector<URL>> files)>;
 
     /// The page wants files. Answers by calling `completionHandler`, now or later; further calls, and calls when
-    /// the page is gone, do nothing, and one that is dropped takes it back. No files but the page's own stay as
-    /// they are; only `file:` URLs count. As long as it is not answered the page can ask again, and each question
-    /// has an answer of its own.
-    virtual void runOpenPanel(
-        WKWebView&, const WKOpenPanelParameters&, OpenPanelCompletion completionHandler)
+    /// the page is gone, do nothing, and one that is dropped takes it back. Only `file:` URLs count. Until it is
+    /// answered the page asks for no other files.
+    virtual void runOpenPanel(WKWebView&, const WKOpenPanelParameters&, OpenPanelCompletion completionHandler)
     {
         completionHandler(std::nullopt);
     }

@@ -113,8 +113,7 @@ void showTextInputAlert(const std::string& message, const AlertPresentationStyle
     alert->addButton("Cancel");
     alert->accessoryView = std::make_shared<NSTextField>(CGRect{{0, 0}, {200, 24}});
     present(*alert, style, [alert, completion = std::move(completion)](NSModalResponse response) mutable {
-        completion(
-            response == NSAlertFirstButtonReturn ? enteredText(alert->accessoryView) : std::nullopt);
+        completion(response == NSAlertFirstButtonReturn ? enteredText(alert->accessoryView) : std::nullopt);
     });
 }
 
@@ -122,23 +121,23 @@ void showThreeButtonPopup(std::string title, std::string message, std::string fi
     std::string secondButtonTitle, std::string thirdButtonTitle,
     std::move_only_function<void(std::size_t)> completion)
 {
-    DispatchQueue::main()->async([title = std::move(title), message = std::move(message),
-                                     first = std::move(firstButtonTitle), second = std::move(secondButtonTitle),
-                                     third = std::move(thirdButtonTitle),
-                                     completion = std::move(completion)]() mutable {
-        const auto alert = warning(
-            std::move(title), std::move(message), {std::move(first), std::move(second), std::move(third)});
-        switch (alert->runModal()) {
-        case NSAlertFirstButtonReturn:
-            return completion(0);
-        case NSAlertSecondButtonReturn:
-            return completion(1);
-        case NSAlertThirdButtonReturn:
-            return completion(2);
-        default:
-            return; // nothing was chosen
-        }
-    });
+    DispatchQueue::main()->async(
+        [title = std::move(title), message = std::move(message), first = std::move(firstButtonTitle),
+            second = std::move(secondButtonTitle), third = std::move(thirdButtonTitle),
+            completion = std::move(completion)]() mutable {
+            const auto alert = warning(std::move(title), std::move(message),
+                {std::move(first), std::move(second), std::move(third)});
+            switch (alert->runModal()) {
+            case NSAlertFirstButtonReturn:
+                return completion(0);
+            case NSAlertSecondButtonReturn:
+                return completion(1);
+            case NSAlertThirdButtonReturn:
+                return completion(2);
+            default:
+                return; // nothing was chosen
+            }
+        });
 }
 
 } // namespace LumoKit

@@ -241,7 +241,8 @@ TEST_F(NSAlertTest, HasACheckBoxIfItIsToHaveOne)
         asked->runModal();
         EXPECT_EQ(shown, shows);
     }
-    EXPECT_EQ(asked->suppressionButton()->state(), NSControlStateValue::on); // readable when the alert has gone
+    EXPECT_EQ(
+        asked->suppressionButton()->state(), NSControlStateValue::on); // readable when the alert has gone
 }
 
 TEST_F(NSAlertTest, GivesAnAccessoryViewItsSizeAndLetsGoOfIt)
@@ -448,7 +449,8 @@ TEST_F(NSAlertTest, SheetsAreCancelledWhenTheirWindowIsClosed)
     const auto window = shown();
     std::vector<NSModalResponse> responses;
     for (int time = 0; time < 2; ++time)
-        alert({"OK"})->beginSheetModal(window, [&](NSModalResponse response) { responses.push_back(response); });
+        alert({"OK"})->beginSheetModal(
+            window, [&](NSModalResponse response) { responses.push_back(response); });
     ASSERT_NE(waitForPanel(), nullptr);
     window->close();
     EXPECT_TRUE(panels().empty());

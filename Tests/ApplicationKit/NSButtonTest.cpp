@@ -216,8 +216,8 @@ TEST_F(NSButtonTest, SettingAStateDoesNotDoTheAction)
     const auto box = NSButton::checkbox("Milk");
     int actions = 0;
     box->setAction([&](NSButton&) { ++actions; });
-    for (const auto state :
-        {NSControlStateValue::on, NSControlStateValue::mixed, NSControlStateValue::off, NSControlStateValue::on}) {
+    for (const auto state : {NSControlStateValue::on, NSControlStateValue::mixed, NSControlStateValue::off,
+             NSControlStateValue::on}) {
         box->setState(state);
         EXPECT_EQ(box->state(), state);
     }

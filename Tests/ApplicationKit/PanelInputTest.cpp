@@ -44,7 +44,8 @@ protected:
     PanelInputTest() { static_cast<void>(NSApplication::shared()); }
 
     /// Presses keys once an alert has the keyboard, and gives its answer.
-    static NSModalResponse answer(const std::vector<std::string>& titles, const std::vector<std::string>& keys)
+    static NSModalResponse answer(
+        const std::vector<std::string>& titles, const std::vector<std::string>& keys)
     {
         const auto asked = std::make_shared<NSAlert>();
         for (const auto& title : titles)

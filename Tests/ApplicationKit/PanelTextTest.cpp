@@ -18,7 +18,9 @@ TEST(PanelText, IsTheTextItself)
 
 TEST(PanelText, HasReplacementsForWhatIsNoText)
 {
-    EXPECT_EQ(panelText("a\xff" "b"), "a\uFFFDb");
+    EXPECT_EQ(panelText("a\xff"
+                        "b"),
+        "a\uFFFDb");
     EXPECT_EQ(panelText(std::string("a\0b", 3)), "a\uFFFDb");
 }
 

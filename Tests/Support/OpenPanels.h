@@ -46,7 +46,7 @@ inline GtkTreeView* listOf(GtkWidget* widget)
         std::size_t selected = 0;
         GtkTreeIter row;
         for (gboolean more = gtk_tree_model_get_iter_first(model, &row); more;
-             more = gtk_tree_model_iter_next(model, &row))
+            more = gtk_tree_model_iter_next(model, &row))
             for (int column = 0; column < gtk_tree_model_get_n_columns(model); ++column) {
                 if (gtk_tree_model_get_column_type(model, column) != G_TYPE_FILE)
                     continue;

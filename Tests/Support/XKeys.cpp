@@ -1,9 +1,8 @@
 #include "XKeys.h"
 
-#include <gdk/gdkx.h>
-
 #include <X11/XKBlib.h>
 #include <X11/extensions/XTest.h>
+#include <gdk/gdkx.h>
 
 namespace LumoKit::Test {
 

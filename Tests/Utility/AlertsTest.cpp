@@ -22,7 +22,7 @@ using testing::IsEmpty;
 
 namespace {
 
-const auto nothing = [](auto&&...) {};
+const auto nothing = [](auto&&...) { };
 
 class AlertsTest : public ::testing::Test {
 protected:
@@ -41,7 +41,8 @@ protected:
     }
 
     /// Shows whatever was asked for and answers it with a response; the texts that it had.
-    static std::vector<std::string> answer(int response, const std::function<void(GtkDialog*)>& before = nothing)
+    static std::vector<std::string> answer(
+        int response, const std::function<void(GtkDialog*)>& before = nothing)
     {
         std::vector<std::string> texts;
         bool answered = false;
@@ -252,8 +253,7 @@ TEST_F(AlertsTest, AnErrorIsToldModally)
 {
     std::thread([] { showError({"Kettle", 5, "The water <boils>."}); }).join();
     GtkWindowGroup* group = nullptr;
-    EXPECT_THAT(
-        answer(1000, [&](GtkDialog* panel) { group = gtk_window_get_group(GTK_WINDOW(panel)); }),
+    EXPECT_THAT(answer(1000, [&](GtkDialog* panel) { group = gtk_window_get_group(GTK_WINDOW(panel)); }),
         ElementsAre("The water <boils>.", "OK"));
     EXPECT_NE(group, gtk_window_get_group(gtkWindow(*window)));
 }
