@@ -394,6 +394,8 @@ void WKWebView::load(const URLRequest& request)
         this, nullptr);
     g_source_attach(source, nullptr);
     nativeOf(*this).timeout = detail::Source::adopt(source);
+}
+
 void WKWebView::setUIDelegate(const std::weak_ptr<WKUIDelegate>& delegate)
 {
     nativeOf(*this).uiDelegate = delegate;
