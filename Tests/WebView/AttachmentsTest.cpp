@@ -241,7 +241,11 @@ TEST_F(AttachmentsTest, ALargeFileDoesNotPassThroughTheHost)
     const auto peak = kilobytes("VmHWM:");
     EXPECT_EQ(server.uploads().at("/up/large.bin"), uploadOf(folder / "large.bin"));
     EXPECT_GT(before, 0u);
+#ifndef SANITIZED // which holds back what was freed, and with it what the server has read
     EXPECT_LT(peak, before + 50 * 1024);
+#else
+    static_cast<void>(peak);
+#endif
 }
 
 // ---- answers that come when they like
