@@ -70,7 +70,7 @@ Data dataOf(const std::string& bytes)
 /// Milliseconds from a file in memory to the pixels of a circle on a screen with two pixels a point.
 double avatar(const std::string& file)
 {
-    const Data data = dataOf(file);
+    const auto data = std::make_shared<const Data>(dataOf(file));
     constexpr int times = 20;
     return secondsOf([&] {
         for (int time = 0; time < times; ++time) {

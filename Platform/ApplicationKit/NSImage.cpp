@@ -23,7 +23,7 @@ std::string_view bytesOf(const Data& data)
 /// A picture that stays as it came until its pixels are asked for.
 class EncodedImage final : public NSImage::Native {
 public:
-    EncodedImage(Data contents, const PixelSize& pixels)
+    EncodedImage(std::shared_ptr<const Data> contents, const PixelSize& pixels)
         : Native({static_cast<double>(pixels.width), static_cast<double>(pixels.height)})
         , file(std::move(contents))
         , own(pixels)
@@ -45,16 +45,16 @@ public:
             if (const auto shown = latest.lock(); shown && shown->size == size)
                 return shown;
         }
-        auto decoded = detail::decodeImage(bytesOf(file), size);
+        auto decoded = detail::decodeImage(bytesOf(*file), size);
         const std::lock_guard lock(mutex);
         latest = decoded;
         return decoded;
     }
 
-    [[nodiscard]] std::size_t cost() const override { return file.size(); }
+    [[nodiscard]] std::size_t cost() const override { return file->size(); }
 
 private:
-    const Data file;
+    const std::shared_ptr<const Data> file;
     const PixelSize own;
     mutable std::mutex mutex;
     mutable std::weak_ptr<const detail::Pixels> latest; // guarded by mutex; alive while somebody shows them
@@ -73,7 +73,12 @@ NSImage::Native::Native(const CGSize& points)
 
 std::shared_ptr<NSImage> NSImage::create(Data fileContents)
 {
-    const auto size = detail::imageSize(bytesOf(fileContents));
+    return create(std::make_shared<const Data>(std::move(fileContents)));
+}
+
+std::shared_ptr<NSImage> NSImage::create(std::shared_ptr<const Data> fileContents)
+{
+    const auto size = detail::imageSize(bytesOf(*fileContents));
     if (!size)
         return nullptr;
     return std::make_shared<NSImage>(std::make_unique<EncodedImage>(std::move(fileContents), *size));

@@ -19,6 +19,8 @@ public:
     /// Errors: null for anything else, for a picture of more than 25 million pixels, and for a file whose head is damaged.
     /// One that is damaged further on, or cut off, draws nothing.
     [[nodiscard]] static std::shared_ptr<NSImage> create(Data fileContents);
+    /// The same of bytes that others keep, too.
+    [[nodiscard]] static std::shared_ptr<NSImage> create(std::shared_ptr<const Data> fileContents);
 
     ~NSImage() override;
 

@@ -12,12 +12,30 @@ namespace {
 unsigned premultiply(unsigned value, unsigned alpha)
 {
     const unsigned product = value * alpha + 128;
-    return (product + (product >> 8)) >> 8; // rounded to the nearest, as a division by 255 is, which takes longer
+    return (product + (product >> 8))
+        >> 8; // rounded to the nearest, as a division by 255 is, which takes longer
 }
 
 std::uint32_t packed(unsigned alpha, unsigned red, unsigned green, unsigned blue)
 {
     return alpha << 24 | red << 16 | green << 8 | blue;
+}
+
+/// Adds numbers times a weight to sums. Factors of sixteen bits, which nearly all weights are, are multiplied several at once by
+/// any processor; longer ones are not.
+template <class Number>
+void addWeighted(std::vector<std::uint32_t>& sums, const Number* numbers, std::uint32_t weight)
+{
+    std::uint32_t* into = sums.data();
+    const std::size_t count = sums.size();
+    if (weight > 0xFFFF) {
+        for (std::size_t at = 0; at < count; ++at)
+            into[at] += numbers[at] * weight;
+        return;
+    }
+    const auto factor = static_cast<std::uint16_t>(weight);
+    for (std::size_t at = 0; at < count; ++at)
+        into[at] += std::uint32_t{static_cast<std::uint16_t>(numbers[at])} * factor;
 }
 
 /// Where alpha, red, green and blue are among the bytes of a `Pixels` element in memory.
@@ -75,21 +93,12 @@ void PixelReducer::add(const unsigned char* row)
     ++taken;
     if (end < boundary)
         return accumulateWhole(row);
-    accumulate(row, static_cast<std::uint32_t>(boundary - begin));
+    addWeighted(sums, row, static_cast<std::uint32_t>(boundary - begin));
     foldWholeRows();
     channels == 3 ? emit<3>() : emit<4>();
     std::ranges::fill(sums, 0);
     if (end > boundary)
-        accumulate(row, static_cast<std::uint32_t>(end - boundary));
-}
-
-/// Adds a part of a row.
-void PixelReducer::accumulate(const unsigned char* row, std::uint32_t weight)
-{
-    std::uint32_t* into = sums.data();
-    const std::size_t count = sums.size();
-    for (std::size_t at = 0; at < count; ++at)
-        into[at] += row[at] * weight;
+        addWeighted(sums, row, static_cast<std::uint32_t>(end - boundary));
 }
 
 /// Adds a whole row: most are, and short numbers are added several times as fast as long ones are multiplied.
@@ -108,9 +117,8 @@ void PixelReducer::foldWholeRows()
 {
     if (std::exchange(wholeRows, 0) == 0)
         return;
-    const auto weight = static_cast<std::uint32_t>(to.height);
-    for (std::size_t at = 0; at < sums.size(); ++at)
-        sums[at] += std::exchange(wholes[at], 0) * weight;
+    addWeighted(sums, wholes.data(), static_cast<std::uint32_t>(to.height));
+    std::ranges::fill(wholes, 0);
 }
 
 /// Adds up the columns of a row of the result.

@@ -37,7 +37,6 @@ private:
         std::uint64_t ofLast;
     };
 
-    void accumulate(const unsigned char* row, std::uint32_t weight);
     void accumulateWhole(const unsigned char* row);
     void foldWholeRows();
     template <std::size_t channels> void emit();

@@ -27,7 +27,7 @@ std::expected<ImageDownloader::Download, Error> imageIn(
         return std::unexpected(imageError(ImageError::badStatus,
             "the server answered with status " + std::to_string(answer->statusCode())));
     const auto file = std::make_shared<const Data>(std::move(*data));
-    auto image = NSImage::create(*file);
+    auto image = NSImage::create(file);
     // What cannot be decoded must not be kept for days. A pixel of it tells, for a JPEG in a fraction of the time.
     if (!image || !image->nativeImage().pixelsCovering({1, 1}))
         return std::unexpected(imageError(ImageError::notAnImage, "what was received is not an image"));

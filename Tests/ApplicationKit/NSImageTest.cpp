@@ -30,7 +30,8 @@ struct Format {
 
 std::vector<Format> formats(int width, int height, const Paint& paint)
 {
-    return {{"png", pngFile(width, height, paint)}, {"jpeg", jpegFile(width, height, paint)},
+    return {{"png", pngFile(width, height, paint)},
+        {"interlaced png", interlacedPNGFile(width, height, paint)}, {"jpeg", jpegFile(width, height, paint)},
         {"progressive jpeg", jpegFile(width, height, paint, true)}, {"webp", webpFile(width, height, paint)}};
 }
 

@@ -2,6 +2,7 @@
 
 #include <gdk-pixbuf/gdk-pixbuf.h>
 #include <jpeglib.h>
+#include <png.h>
 #include <sys/resource.h>
 #include <webp/encode.h>
 
@@ -44,6 +45,29 @@ std::string pngFile(int width, int height, const Paint& paint, bool hasAlpha)
     g_free(file);
     g_object_unref(picture);
     return made;
+}
+
+std::string interlacedPNGFile(int width, int height, const Paint& paint)
+{
+    auto bytes = bytesOf(width, height, paint, 4);
+    std::string file;
+    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+    png_infop info = png_create_info_struct(png);
+    png_set_write_fn(
+        png, &file,
+        [](png_structp writer, png_bytep data, std::size_t count) {
+            static_cast<std::string*>(png_get_io_ptr(writer))->append(reinterpret_cast<char*>(data), count);
+        },
+        nullptr);
+    png_set_IHDR(png, info, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height), 8,
+        PNG_COLOR_TYPE_RGBA, PNG_INTERLACE_ADAM7, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    std::vector<png_bytep> rows;
+    for (int y = 0; y < height; ++y)
+        rows.push_back(bytes.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(width) * 4);
+    png_set_rows(png, info, rows.data());
+    png_write_png(png, info, PNG_TRANSFORM_IDENTITY, nullptr);
+    png_destroy_write_struct(&png, &info);
+    return file;
 }
 
 std::string jpegFile(int width, int height, const Paint& paint, bool progressive)

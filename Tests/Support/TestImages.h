@@ -28,6 +28,8 @@ using Paint = std::function<Colour(int x, int y)>;
 
 /// Image files of a picture.
 std::string pngFile(int width, int height, const Paint& paint, bool hasAlpha = false);
+/// Whose rows come in seven passes.
+std::string interlacedPNGFile(int width, int height, const Paint& paint);
 std::string jpegFile(int width, int height, const Paint& paint, bool progressive = false);
 std::string webpFile(int width, int height, const Paint& paint);
 /// With so many pictures, of which the first is red, the second blue, and so on.
