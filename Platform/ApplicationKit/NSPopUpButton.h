@@ -1,5 +1,6 @@
 #pragma once
 
+#include <LumoKit/Platform/ApplicationKit/NSImage.h>
 #include <LumoKit/Platform/ApplicationKit/NSView.h>
 
 #include <cstdint>
@@ -19,6 +20,8 @@ public:
     explicit NSPopUpButton(const std::vector<std::string>& titles, const CGRect& frame = {});
 
     void addItem(const std::string& withTitle);
+    /// Shows a picture before an item's title; none for null. Nothing for an index that there is not.
+    void setImage(const std::shared_ptr<NSImage>& image, std::int64_t forItemAt);
     void removeAllItems();
     [[nodiscard]] std::int64_t numberOfItems() const;
     /// Counted from zero; -1 where there is none.

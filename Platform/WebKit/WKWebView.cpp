@@ -50,6 +50,7 @@ struct WebNative final : NSView::Native {
     bool isTimedOut = false; // the load that the engine is to stop
     KeyValueObservation commandKey;
     std::weak_ptr<WKUIDelegate> uiDelegate;
+    std::string customUserAgent; // empty: the engine's
     bool committed = false; // of the load that is under way
     bool failed = false; // the engine reports a failed load as finished, too
     std::map<std::string_view, Value> announced; // the observable properties as they were last told
@@ -394,6 +395,22 @@ void WKWebView::load(const URLRequest& request)
         this, nullptr);
     g_source_attach(source, nullptr);
     nativeOf(*this).timeout = detail::Source::adopt(source);
+}
+
+std::string WKWebView::customUserAgent() const
+{
+    return nativeOf(*this).customUserAgent;
+}
+
+void WKWebView::setCustomUserAgent(const std::string& userAgent)
+{
+    auto& native = nativeOf(*this);
+    // A header of its own would be possible after a line's end.
+    const bool isText = std::ranges::none_of(
+        userAgent, [](unsigned char character) { return character < 0x20 || character >= 0x7F; });
+    native.customUserAgent = isText ? userAgent : "";
+    webkit_settings_set_user_agent(webkit_web_view_get_settings(native.view()),
+        native.customUserAgent.empty() ? nullptr : native.customUserAgent.c_str());
 }
 
 void WKWebView::setUIDelegate(const std::weak_ptr<WKUIDelegate>& delegate)

@@ -39,6 +39,10 @@ public:
     void load(const URL& url);
     /// Errors: the navigation fails with `timedOut` if no answer comes in time.
     void load(const URLRequest& request);
+
+    /// What the view tells servers and pages of the browser from its next load on; empty for the engine's own.
+    [[nodiscard]] std::string customUserAgent() const;
+    void setCustomUserAgent(const std::string& userAgent);
     /// Domain and code of the error of a load that was given no answer in time.
     static constexpr const char* errorDomain = "NSURLErrorDomain";
     static constexpr int timedOut = -1001;

@@ -362,7 +362,8 @@ TEST_F(KeyboardTest, OpensTheMenuBarWithF10WhereThePageLeavesIt)
 {
     page.addItem("New", "n");
     keyboard.tap(KEY_F10);
-    EXPECT_TRUE(waitUntil([] { return GTK_IS_MENU(gtk_grab_get_current()); }));
+    GtkWindowGroup* group = gtk_window_get_group(GTK_WINDOW(gtk_widget_get_toplevel(gtkWidget(*page.view))));
+    EXPECT_TRUE(waitUntil([&] { return GTK_IS_MENU(gtk_window_group_get_current_grab(group)); }));
     keyboard.tap(KEY_DOWN);
     keyboard.tap(KEY_ENTER);
     EXPECT_TRUE(waitUntil([&] { return page.chosen == "New "; }));

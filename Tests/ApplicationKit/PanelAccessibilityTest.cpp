@@ -7,6 +7,8 @@
 #include <LumoKit/Utility/Alerts.h>
 
 #include <Support/Panels.h>
+#include <Support/TemporaryFolder.h>
+#include <Support/TestPortal.h>
 #include <gio/gio.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -24,7 +26,7 @@ using testing::HasSubstr;
 
 namespace {
 
-/// What assistive software reads and does, through the accessibility bus of the session.
+/// What assistive software reads and does, through the accessibility bus of the test's session.
 class PanelAccessibilityTest : public ::testing::Test {
 protected:
     PanelAccessibilityTest()
@@ -81,6 +83,16 @@ protected:
         return text.value_or("");
     }
 
+    /// One of its own: that of the others has one accessibility bus for all, which ends with whoever started it.
+    struct Session {
+        Session()
+        {
+            ::setenv("XDG_RUNTIME_DIR", runtime.path.c_str(), 1);
+            bus.emplace("/usr/share/dbus-1/services");
+        }
+        TemporaryFolder runtime;
+        std::optional<TestBus> bus;
+    } session;
     const std::shared_ptr<NSWindow> window = NSWindow::create({{200, 300}, {500, 400}});
     const AlertPresentationStyle sheet = AlertPresentationStyle::sheet(window);
 };

@@ -17,8 +17,9 @@ class InboxReadyHandler : public ScriptMessageHandler<HasInbox> {
     void handleMessage(const std::string&, const Value& body, const HasInbox& inbox) override
     {
         if (const auto conversations = body["conversations"].asInteger())
-            inbox.inboxReady(
-                *conversations, {textOf(body["owner"]["name"]), textOf(body["owner"]["address"])});
+            inbox.inboxReady(*conversations,
+                {textOf(body["owner"]["name"]), textOf(body["owner"]["address"]),
+                    textOf(body["owner"]["image"])});
     }
 };
 
@@ -66,6 +67,14 @@ class ComposeOpenedHandler : public ScriptMessageHandler<HasInbox> {
     }
 };
 
+class InjectedHandler : public ScriptMessageHandler<HasInbox> {
+    [[nodiscard]] std::string messageName() const override { return "injected"; }
+    void handleMessage(const std::string&, const Value& body, const HasInbox& inbox) override
+    {
+        inbox.scriptInjected(textOf(body));
+    }
+};
+
 class MailSentHandler : public ScriptMessageHandler<HasInbox> {
     [[nodiscard]] std::string messageName() const override { return "mailSent"; }
     void handleMessage(const std::string&, const Value& body, const HasInbox& inbox) override
@@ -106,8 +115,9 @@ std::vector<std::shared_ptr<AnyScriptMessageHandler>> makeInboxHandlers()
     return {std::make_shared<InboxReadyHandler>(), std::make_shared<SignInShownHandler>(),
         std::make_shared<UnreadCountHandler>(), std::make_shared<ConversationOpenedHandler>(),
         std::make_shared<ConversationDoneHandler>(), std::make_shared<ComposeOpenedHandler>(),
-        std::make_shared<MailSentHandler>(), std::make_shared<PaintedHandler>(),
-        std::make_shared<SchemeChangedHandler>(), std::make_shared<PageErrorHandler>()};
+        std::make_shared<MailSentHandler>(), std::make_shared<InjectedHandler>(),
+        std::make_shared<PaintedHandler>(), std::make_shared<SchemeChangedHandler>(),
+        std::make_shared<PageErrorHandler>()};
 }
 
 } // namespace LumoSuite

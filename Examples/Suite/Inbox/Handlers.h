@@ -18,10 +18,11 @@ struct Conversation {
 struct Owner {
     std::string name;
     std::string address;
+    std::string image; // a path on the service; empty for none
 };
 
 /// What the page's messages lead to; the application implements it.
-class HasInbox : public LumoKit::ServiceInterface {
+class HasInbox : public virtual LumoKit::ServiceInterface {
 public:
     virtual void inboxReady(std::int64_t conversations, const Owner& owner) const = 0;
     /// The page asks to sign in.
@@ -30,6 +31,7 @@ public:
     virtual void conversationOpened(const Conversation& conversation) const = 0;
     virtual void conversationDone(const std::string& id, bool done) const = 0;
     virtual void composeOpened(const std::string& subject) const = 0;
+    virtual void scriptInjected(const std::string& version) const = 0;
     virtual void mailSent(const std::string& subject) const = 0;
     virtual void pagePainted() const = 0;
     virtual void schemeChanged(const std::string& scheme) const = 0;

@@ -4,13 +4,21 @@
 #include "Support/SecretCookieStorage.h"
 #include "Support/SharedAccounts.h"
 
+#include <LumoKit/FileWatcher/WatchLocalInject.h>
 #include <LumoKit/MailTo/MailToManager.h>
+#include <LumoKit/Platform/ApplicationKit/NSMenu.h>
+#include <LumoKit/Platform/ApplicationKit/NSMenuItem.h>
 #include <LumoKit/Platform/Dispatch/DispatchQueue.h>
 #include <LumoKit/Platform/Foundation/Bundle.h>
 #include <LumoKit/Platform/Foundation/JSONSerialization.h>
+#include <LumoKit/Utility/AccountImageDownload.h>
+#include <LumoKit/Utility/Alerts.h>
 #include <LumoKit/Utility/FileSystem.h>
 #include <LumoKit/Utility/Pluralize.h>
+#include <LumoKit/Utility/ResetApp.h>
+#include <LumoKit/WebView/Attachments.h>
 #include <LumoKit/WebView/BundleResources.h>
+#include <LumoKit/WebView/UserAgentFetcher.h>
 
 #include <algorithm>
 #include <cmath>
@@ -23,6 +31,7 @@ namespace {
 
 constexpr CGSize smallestWindow{700, 480};
 constexpr double barHeight = 46;
+constexpr std::uint16_t findAgain = 99; // the key F3
 
 std::string describe(const CGSize& size)
 {
@@ -51,6 +60,10 @@ public:
         tell(&HasInbox::conversationDone, id, done);
     }
     void composeOpened(const std::string& subject) const override { tell(&HasInbox::composeOpened, subject); }
+    void scriptInjected(const std::string& version) const override
+    {
+        tell(&HasInbox::scriptInjected, version);
+    }
     void mailSent(const std::string& subject) const override { tell(&HasInbox::mailSent, subject); }
     void pagePainted() const override { tell(&HasInbox::pagePainted); }
     void schemeChanged(const std::string& scheme) const override { tell(&HasInbox::schemeChanged, scheme); }
@@ -94,6 +107,8 @@ void InboxApplication::start()
     mainWindow->setMinSize(smallestWindow);
     mainWindow->setDelegate(weak_from_this());
     setTitle("");
+    if (!page)
+        makeMenu();
 
     const auto configuration = std::make_shared<WKWebViewConfiguration>();
     configuration->developerExtrasEnabled = true;
@@ -102,13 +117,11 @@ void InboxApplication::start()
         InboxDependencies(shared_from_this()), makeInboxHandlers());
     registry->registerHandlers(*configuration);
 
-    view = ProxyWebView::create(configuration)->updated([this](const std::shared_ptr<ProxyWebView>& made) {
-        made->navigationHandler = [weak = weak_from_this()](
-                                      ProxyWebView::NavigationType type, const URL& url) {
-            if (const auto application = weak.lock())
-                application->navigated(type, url);
-        };
-    });
+    view = std::make_shared<LMWebView>(CGRect{}, configuration);
+    view->keyCodesToSilence = {KeyCode{findAgain}}; // the page's search has a key of its own
+    view->setNavigationDelegate(weak_from_this());
+    view->setUIDelegate(weak_from_this());
+    view->setCustomUserAgent(UserAgentFetcher::shared()->userAgent());
     scripts = std::make_unique<WebViewJavascriptExecutor>(view);
 
     const auto content = mainWindow->contentView();
@@ -145,8 +158,14 @@ void InboxApplication::start()
         });
 }
 
-void InboxApplication::showService(const std::string& origin)
+void InboxApplication::showService(const std::string& listening)
 {
+    origin = listening;
+    downloader = std::make_shared<InjectDownloader>(shared_from_this());
+    downloader->downloadInject([weak = weak_from_this()](const std::string& js) {
+        if (const auto application = weak.lock())
+            application->inject(js);
+    });
     const std::filesystem::path data = FileSystemUtils::applicationDataDirectoryURL().path();
     switcher = std::make_shared<AccountSwitcher>(view,
         std::make_shared<MultiCookieJar>(makeCookieStorage(data / "Cookies")), *URL::parse(origin + "/"));
@@ -256,6 +275,16 @@ void InboxApplication::showAccounts() const
         if (switcher && account.email() == switcher->account())
             chosen = accounts->numberOfItems();
         accounts->addItem(account.fullname());
+        if (!account.imageURL())
+            continue;
+        AccountImageDownloader::fetchProfileImageForAccountMenu(*account.imageURL(),
+            [report = report, weak = std::weak_ptr(accounts), title = account.fullname(),
+                index = accounts->numberOfItems() - 1](const std::shared_ptr<NSImage>& image) {
+                if (const auto menu = weak.lock(); menu && image) {
+                    menu->setImage(image, index);
+                    report("avatar shown: " + title);
+                }
+            });
     }
     accounts->addItem("Add Account…");
     accounts->selectItem(chosen < 0 ? accounts->numberOfItems() - 1 : chosen);
@@ -287,20 +316,99 @@ void InboxApplication::setTitle(const std::string& title) const
     mainWindow->setTitle(title.empty() ? name : title + " – " + name);
 }
 
-void InboxApplication::navigated(ProxyWebView::NavigationType type, const URL& url) const
+void InboxApplication::navigated(const char* what) const
 {
-    using enum ProxyWebView::NavigationType;
-    const std::string what = type == startLoad ? "start" : type == redirect ? "redirect" : "finish";
-    report("navigation " + what + ": " + (page ? url.absoluteString() : url.path()));
-    if (type == finishLoad && switcher)
-        switcher->pageWasLoaded(url);
+    const auto url = view->url();
+    const std::string address = !url ? "" : page ? url->absoluteString() : url->path();
+    report(std::string("navigation ") + what + ": " + address);
+}
+
+void InboxApplication::didFinish(WKWebView&)
+{
+    navigated("finish");
+    if (const auto url = view->url(); url && switcher)
+        switcher->pageWasLoaded(*url);
+}
+
+void InboxApplication::runOpenPanel(
+    WKWebView&, const WKOpenPanelParameters& with, WKUIDelegate::OpenPanelCompletion completionHandler)
+{
+    handleAttachmentUpload(mainWindow, with, std::move(completionHandler));
+}
+
+URL InboxApplication::injectURL() const
+{
+    return *URL::parse(origin + "/inject/inbox.js");
+}
+
+void InboxApplication::inject(const std::string& js) const
+{
+    script = js;
+    if (ready)
+        scripts->execute(js);
+}
+
+void InboxApplication::makeMenu()
+{
+    const auto weak = weak_from_this();
+    const auto call = [weak](void (InboxApplication::*action)()) {
+        return [weak, action](NSMenuItem&) {
+            if (const auto application = weak.lock())
+                ((*application).*action)();
+        };
+    };
+    const auto add = [](NSMenu& bar, const std::string& title,
+                         std::vector<std::shared_ptr<NSMenuItem>> items) {
+        const auto menu = std::make_shared<NSMenu>(title);
+        for (const auto& item : items)
+            menu->addItem(item);
+        const auto entry = std::make_shared<NSMenuItem>(title);
+        entry->setSubmenu(menu);
+        bar.addItem(entry);
+    };
+    const auto bar = std::make_shared<NSMenu>();
+    add(*bar, "Inbox",
+        {std::make_shared<NSMenuItem>("Settings…", call(&InboxApplication::askForTheme), ","),
+            std::make_shared<NSMenuItem>("Forget Website Data…", call(&InboxApplication::askToForget)),
+            NSMenuItem::separator(),
+            std::make_shared<NSMenuItem>("Quit", [](NSMenuItem&) { quitApp(); }, "q")});
+    add(*bar, "Conversation",
+        {std::make_shared<NSMenuItem>("Mark as Done", call(&InboxApplication::markDone), "d")});
+    add(*bar, "Developer", {std::make_shared<NSMenuItem>("Use a Local Script…", [weak](NSMenuItem&) {
+        if (const auto application = weak.lock())
+            presentFilePickerAndWatch(application, [weak](const std::string& js) {
+                if (const auto alive = weak.lock())
+                    alive->inject(js);
+            });
+    })});
+    NSApplication::shared().setMainMenu(bar);
+}
+
+void InboxApplication::askForTheme()
+{
+    report("settings shown");
+    showThreeButtonPopup("Light or dark?", "Automatic follows the desktop.", "Automatic", "Light", "Dark",
+        [settings = settings](std::size_t chosen) {
+            settings->set(InboxSettings::themeMode, themeMode(static_cast<std::int64_t>(chosen)));
+        });
+}
+
+void InboxApplication::askToForget()
+{
+    askConfirmation("Forget what pages have stored?",
+        "Lumo for Inbox is started again. Accounts stay signed in, as their cookies are kept apart.",
+        "Forget", "Cancel", std::nullopt, AlertPresentationStyle::sheet(mainWindow), [](bool confirmed) {
+            if (confirmed)
+                resetWebStuff(&relaunchApp);
+        });
 }
 
 void InboxApplication::inboxReady(std::int64_t conversations, const Owner& owner) const
 {
     report("page ready: " + std::to_string(conversations) + " " + pluralize("conversation", conversations));
     if (!owner.address.empty()) {
-        shareAccount(owner.name, owner.address);
+        shareAccount(
+            owner.name, owner.address, owner.image.empty() ? std::nullopt : URL::parse(origin + owner.image));
         settings->set(InboxSettings::account, owner.address);
         if (switcher)
             switcher->pageIsSignedIn(owner.address);
@@ -310,6 +418,8 @@ void InboxApplication::inboxReady(std::int64_t conversations, const Owner& owner
     for (const Account& account : sharedAccounts())
         report("account of the suite: " + account.fullname() + " <" + account.email() + ">");
     ready = true;
+    if (!script.empty())
+        scripts->execute(script);
     composeMails();
 }
 

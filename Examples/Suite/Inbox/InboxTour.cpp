@@ -172,6 +172,8 @@ std::vector<Tour::Step> inboxTour(const std::weak_ptr<InboxApplication>& applica
         {"and the other one, too", chooseAccount(application, "Robin Ellery"),
             "account shown: robin@example.com"},
         {"the page tells that it is ready", {}, "page ready"},
+        {"the service's script runs in the page", {}, "script injected: service"},
+        {"the account's menu has its picture", {}, "avatar shown: Robin Ellery"},
         {"the account is one of the suite's", {}, "account of the suite: "},
         {"the window's title tells what is unread", {}, "window title: "},
         {"a script opens a conversation", run(application, "LumoInbox.open()"), "conversation opened"},

@@ -312,7 +312,7 @@ const std::vector<SampleConversation>& samples(std::size_t owner)
 Conversation conversation(
     const SampleConversation& sample, const Person& owner, std::size_t number, std::chrono::sys_seconds now)
 {
-    Person correspondent{sample.name, sample.address};
+    Person correspondent{sample.name, sample.address, {}};
     Conversation made{
         .id = std::to_string(number).insert(0, 1, 'c'),
         .subject = sample.subject,
@@ -339,8 +339,8 @@ Conversation conversation(
 
 const std::vector<Person>& Mailbox::sampleOwners()
 {
-    static const std::vector<Person> owners{
-        {"Robin Ellery", "robin@example.com"}, {"Noor Haddad", "noor@example.com"}};
+    static const std::vector<Person> owners{{"Robin Ellery", "robin@example.com", "/avatars/robin.png"},
+        {"Noor Haddad", "noor@example.com", "/avatars/noor.png"}};
     return owners;
 }
 
@@ -387,7 +387,7 @@ const Conversation* Mailbox::begin(const Draft& draft, std::chrono::sys_seconds 
     constexpr std::size_t mostConversations = 500;
     if (held.size() >= mostConversations)
         return nullptr;
-    Person to{draft.to.front(), draft.to.front()};
+    Person to{draft.to.front(), draft.to.front(), {}};
     for (const std::string& other : std::span(draft.to).subspan(1))
         to.name.append(", ").append(other);
     Conversation conversation;

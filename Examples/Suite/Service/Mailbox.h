@@ -12,6 +12,8 @@ namespace LumoSuite {
 struct Person {
     std::string name;
     std::string address;
+    // The path of a picture; empty for none.
+    std::string image;
 
     bool operator==(const Person&) const = default;
 };

@@ -32,7 +32,10 @@ std::string dump(const Json& json)
 
 Json personJson(const Person& person)
 {
-    return {{"name", person.name}, {"address", person.address}};
+    Json json = {{"name", person.name}, {"address", person.address}};
+    if (!person.image.empty())
+        json["image"] = person.image;
+    return json;
 }
 
 std::string snippet(std::string text)
@@ -155,6 +158,24 @@ std::expected<Draft, std::string> readDraft(std::string_view text)
         return std::unexpected("The fields \"subject\" and \"text\" have to be texts.");
     return Draft{to.get<std::vector<std::string>>(), body["subject"].get<std::string>(),
         body["text"].get<std::string>()};
+}
+
+std::string userAgentText(std::string_view userAgent)
+{
+    return dump({{"user_agent", userAgent}});
+}
+
+std::expected<InjectState, std::string> readInjectState(std::string_view text)
+{
+    const Json body = Json::parse(text, nullptr, false);
+    constexpr std::array<std::pair<std::string_view, InjectState>, 4> states{
+        {{"current", InjectState::current}, {"next", InjectState::next}, {"broken", InjectState::broken},
+            {"gone", InjectState::gone}}};
+    if (body.is_object() && body.size() == 1 && body.contains("state") && body["state"].is_string())
+        for (const auto& [name, state] : states)
+            if (body["state"].get_ref<const std::string&>() == name)
+                return state;
+    return std::unexpected("The body has to be an object with a \"state\" that there is.");
 }
 
 std::expected<SignIn, std::string> readSignIn(std::string_view text)

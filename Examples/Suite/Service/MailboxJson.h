@@ -37,6 +37,17 @@ std::expected<MarkChange, std::string> readMarkChange(std::string_view text);
 /// Errors: a sentence that says what is wrong with the text.
 std::expected<Draft, std::string> readDraft(std::string_view text);
 
+/// The recommended user agent, in the form of the suite's account service.
+std::string userAgentText(std::string_view userAgent);
+
+/// What the service does of the script for hosts: what it has, a newer one, bytes that are no text, or nothing at all.
+enum class InjectState { current, next, broken, gone };
+
+/// Reads an object with the text "state", one of "current", "next", "broken" and "gone".
+///
+/// Errors: a sentence that says what is wrong with the text.
+std::expected<InjectState, std::string> readInjectState(std::string_view text);
+
 /// Who wants to sign in.
 struct SignIn {
     std::string address;

@@ -265,12 +265,13 @@ struct Service::Native {
         }
     };
 
-    static const std::array<Route, 16> routes;
+    static const std::array<Route, 20> routes;
 
     const bool signIn;
     PageFiles pages;
     Sessions sessions;
     std::vector<Mailbox> mailboxes;
+    InjectState inject = InjectState::current;
     ObjectPointer<SoupServer> server;
     std::uint16_t port = 0;
     std::string host;
@@ -307,6 +308,9 @@ struct Service::Native {
     Response page(const Request& request);
     Response inboxPage(const Request& request);
     Response listAccounts(const Request& request);
+    Response tellUserAgent(const Request& request);
+    Response injectScript(const Request& request);
+    Response changeInject(const Request& request);
     Response beginSession(const Request& request);
     Response endSession(const Request& request);
     Response turnSession(const Request& request);
@@ -327,7 +331,7 @@ struct Service::Native {
 };
 
 // The whole of what the service answers. HEAD goes where GET goes; the first route that fits is taken.
-constinit const std::array<Service::Native::Route, 16> Service::Native::routes{
+constinit const std::array<Service::Native::Route, 20> Service::Native::routes{
     Route{"GET", "/", Reach::exact, &Native::toStart},
     Route{"GET", "/start", Reach::exact, &Native::toInbox},
     Route{"GET", "/inbox", Reach::exact, &Native::toInbox},
@@ -335,6 +339,10 @@ constinit const std::array<Service::Native::Route, 16> Service::Native::routes{
     Route{"GET", "/inbox/", Reach::below, &Native::page},
     Route{"GET", "/sign-in", Reach::exact, &Native::toSignIn},
     Route{"GET", "/sign-in/", Reach::below, &Native::page},
+    Route{"GET", "/avatars/", Reach::below, &Native::page},
+    Route{"GET", "/inject/inbox.js", Reach::exact, &Native::injectScript},
+    Route{"GET", "/user_agent/v1/latest", Reach::exact, &Native::tellUserAgent},
+    Route{"POST", "/api/inject", Reach::exact, &Native::changeInject},
     Route{"GET", "/api/accounts", Reach::exact, &Native::listAccounts},
     Route{"POST", "/api/sign-in", Reach::exact, &Native::beginSession},
     Route{"POST", "/api/sign-out", Reach::exact, &Native::endSession},
@@ -476,6 +484,34 @@ Response Service::Native::inboxPage(const Request& request)
 Response Service::Native::listAccounts(const Request&)
 {
     return json(ownersText(Mailbox::sampleOwners()));
+}
+
+Response Service::Native::tellUserAgent(const Request&)
+{
+    return json(
+        userAgentText("Mozilla/5.0 (Macintosh; Intel Mac OS X OS_VERSION) AppleWebKit/605.1.15 (KHTML, like "
+                      "Gecko) Version/18.2 Safari/605.1.15"));
+}
+
+Response Service::Native::injectScript(const Request& request)
+{
+    auto file = pages.read(request.path.substr(1));
+    if (!file || inject == InjectState::gone)
+        return failure(SOUP_STATUS_NOT_FOUND, "There is no such file.");
+    if (inject == InjectState::broken)
+        file->bytes = "const version = '\xFF\xFE';";
+    if (inject == InjectState::next)
+        file->bytes.insert(0, "const nextVersion = true;\n");
+    return {.type = std::string(file->type), .body = std::move(file->bytes), .headers = {}};
+}
+
+Response Service::Native::changeInject(const Request& request)
+{
+    const auto state = readInjectState(request.body);
+    if (!state)
+        return failure(SOUP_STATUS_BAD_REQUEST, state.error());
+    inject = *state;
+    return {.status = SOUP_STATUS_NO_CONTENT, .type = {}, .body = {}, .headers = {}};
 }
 
 Response Service::Native::beginSession(const Request& request)

@@ -15,7 +15,7 @@ const std::string nowhere = "about:blank";
 } // namespace
 
 AccountSwitcher::AccountSwitcher(
-    std::shared_ptr<ProxyWebView> view, std::shared_ptr<MultiCookieJar> jar, URL page)
+    std::shared_ptr<WKWebView> view, std::shared_ptr<MultiCookieJar> jar, URL page)
     : view(std::move(view))
     , jar(std::move(jar))
     , page(std::move(page))

@@ -2,7 +2,7 @@
 
 #include <LumoKit/CookieJar/MultiCookieJar.h>
 #include <LumoKit/Platform/Foundation/URL.h>
-#include <LumoKit/WebView/ProxyWebView.h>
+#include <LumoKit/Platform/WebKit/WKWebView.h>
 
 #include <functional>
 #include <memory>
@@ -26,7 +26,7 @@ public:
 
     /// `page` is shown for each account.
     AccountSwitcher(
-        std::shared_ptr<LumoKit::ProxyWebView> view, std::shared_ptr<LumoKit::MultiCookieJar> jar, URL page);
+        std::shared_ptr<LumoKit::WKWebView> view, std::shared_ptr<LumoKit::MultiCookieJar> jar, URL page);
 
     /// Shows the page for an account; an empty one is a new account, for which the page asks to sign in. While one is on
     /// its way, the latest wish counts.
@@ -54,7 +54,7 @@ private:
     void change();
     void arrive();
 
-    const std::shared_ptr<LumoKit::ProxyWebView> view;
+    const std::shared_ptr<LumoKit::WKWebView> view;
     const std::shared_ptr<LumoKit::MultiCookieJar> jar;
     const URL page;
     std::string current;

@@ -30,12 +30,15 @@ std::vector<Account> sharedAccounts()
     return accounts;
 }
 
-void shareAccount(const std::string& fullname, const std::string& email)
+void shareAccount(const std::string& fullname, const std::string& email, const std::optional<URL>& image)
 {
     auto accounts = sharedAccounts();
-    if (std::ranges::find(accounts, email, &Account::email) != accounts.end())
+    auto known = std::ranges::find(accounts, email, &Account::email);
+    if (known == accounts.end())
+        known = accounts.emplace(known, fullname, email, static_cast<std::int64_t>(accounts.size()));
+    else if (known->imageURL() == image)
         return;
-    accounts.emplace_back(fullname, email, static_cast<std::int64_t>(accounts.size()));
+    known->setImageURL(image);
     const auto text = JSONEncoder().encode(accounts);
     if (const auto list = text ? readJSON(*text) : std::nullopt)
         lumoSuite()->setValue(*list, key);

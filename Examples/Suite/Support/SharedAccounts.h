@@ -11,7 +11,8 @@ namespace LumoSuite {
 /// Entries that are none are passed over.
 [[nodiscard]] std::vector<LumoKit::Account> sharedAccounts();
 
-/// Adds an account of this name and address to those that the suite shares, unless the address is known already.
-void shareAccount(const std::string& fullname, const std::string& email);
+/// Adds an account to those that the suite shares, or gives the one of this address another picture.
+void shareAccount(
+    const std::string& fullname, const std::string& email, const std::optional<LumoKit::URL>& image);
 
 } // namespace LumoSuite
