@@ -1,0 +1,125 @@
+#include "WebDocumentView.h"
+
+#include <LumoKit/Platform/Dispatch/MainThread.h>
+#include <LumoKit/Platform/Native/Handles.h>
+#include <LumoKit/Platform/Native/ObjectPtr.h>
+#include <LumoKit/Platform/WebKit/WebView.h>
+
+#include <utility>
+#include <vector>
+
+namespace LumoKit {
+
+namespace {
+
+/// The world of scripts that evaluations run in, apart from the document's own.
+constexpr const char* world = "LumoKit.WebView";
+
+void finishEvaluation(GObject* view, GAsyncResult* ended, gpointer data) noexcept
+{
+    const std::unique_ptr<WebView::EvaluationHandler> handler(static_cast<WebView::EvaluationHandler*>(data));
+    detail::GErrorPtr error;
+    const auto value = detail::ObjectPtr<JSCValue>::adopt(
+        webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(view), ended, error.out()));
+    if (!value || !jsc_value_is_string(value.get()))
+        return (*handler)(std::nullopt);
+    const std::unique_ptr<GBytes, detail::FreedBy<g_bytes_unref>> bytes(
+        jsc_value_to_string_as_bytes(value.get()));
+    gsize size = 0;
+    const auto* text = static_cast<const char*>(g_bytes_get_data(bytes.get(), &size));
+    (*handler)(std::string(text, size));
+}
+
+} // namespace
+
+struct WebView::Native {
+    CGRect frame;
+    std::string groupName;
+    std::shared_ptr<WebDocumentView> document;
+    std::shared_ptr<WebFrame> mainFrame;
+    bool updates = true;
+    bool failed = false; // the engine reports a failed load as finished, too
+    std::weak_ptr<WebFrameLoadDelegate> delegate;
+    std::vector<detail::SignalConnection> connections; // last, so that no handler runs while the rest goes
+};
+
+WebView::WebView(const CGRect& frame, std::string frameName, std::string groupName)
+    : native(std::make_unique<Native>())
+{
+    assertMainThread();
+    native->frame = frame;
+    native->groupName = std::move(groupName);
+    native->document = std::make_shared<WebDocumentView>(frame.size);
+    native->mainFrame.reset(new WebFrame(std::move(frameName), native->document));
+
+    using detail::SignalConnection;
+    WebKitWebView* engine = native->document->engine();
+    native->connections.push_back(SignalConnection::connect<void(WebKitWebView*, WebKitLoadEvent)>(
+        engine, "load-changed", [this](auto*, WebKitLoadEvent event) {
+            const auto alive = std::static_pointer_cast<WebView>(shared_from_this());
+            native->document->isLoading = event != WEBKIT_LOAD_FINISHED;
+            if (event == WEBKIT_LOAD_STARTED)
+                native->failed = false;
+            const auto delegate = native->delegate.lock();
+            if (event == WEBKIT_LOAD_FINISHED && !native->failed && delegate)
+                delegate->webView(alive, native->mainFrame);
+        }));
+    native->connections.push_back(
+        SignalConnection::connect<gboolean(WebKitWebView*, WebKitLoadEvent, const char*, const GError*)>(
+            engine, "load-failed", [this](auto*, auto, auto*, auto*) {
+                native->failed = true;
+                return TRUE; // or the engine would show a page of its own
+            }));
+}
+
+WebView::~WebView() = default;
+
+const CGRect& WebView::frame() const
+{
+    return native->frame;
+}
+
+const std::string& WebView::groupName() const
+{
+    return native->groupName;
+}
+
+bool WebView::shouldUpdateWhileOffscreen() const
+{
+    return native->updates;
+}
+
+void WebView::setShouldUpdateWhileOffscreen(bool should)
+{
+    native->updates = should;
+    native->document->setUpdating(should);
+}
+
+void WebView::setFrameLoadDelegate(const std::weak_ptr<WebFrameLoadDelegate>& delegate)
+{
+    native->delegate = delegate;
+}
+
+std::shared_ptr<WebFrameLoadDelegate> WebView::frameLoadDelegate() const
+{
+    return native->delegate.lock();
+}
+
+const std::shared_ptr<WebFrame>& WebView::mainFrame() const
+{
+    return native->mainFrame;
+}
+
+bool WebView::isLoading() const
+{
+    return native->document->isLoading;
+}
+
+void WebView::stringByEvaluatingJavaScript(const std::string& from, EvaluationHandler completionHandler)
+{
+    auto handler = std::make_unique<EvaluationHandler>(std::move(completionHandler));
+    webkit_web_view_evaluate_javascript(native->document->engine(), from.data(),
+        static_cast<gssize>(from.size()), world, nullptr, nullptr, &finishEvaluation, handler.release());
+}
+
+} // namespace LumoKit
