@@ -44,6 +44,7 @@ struct WebPrinterTest : ::testing::Test {
     /// What follows in the queue of whatever came before: another document, until it would be printed.
     void letAnotherDocumentBePrinted()
     {
+        printWithPanel();
         const auto other = NSWindow::create({{}, {200, 200}});
         const auto printer = std::make_shared<WebPrinter>(other);
         printer->printHtml("<p>another", {});
@@ -193,17 +194,12 @@ TEST_F(WebPrinterTest, PrintsOnceWhenTheLastFrameHasLoaded)
     letAnotherDocumentBePrinted();
     EXPECT_FALSE(panelOf(*window));
 
+    suggest(folder / "frames.pdf");
     lastMayCome.set_value();
     auto* panel = waitForPrintPanel(*window);
     ASSERT_TRUE(panel);
     EXPECT_FALSE(printer->view()->frameLoadDelegate());
     printer->webView(printer->view(), printer->view()->mainFrame());
-    gtk_print_unix_dialog_set_settings(panel, [&] {
-        auto* settings = gtk_print_settings_new();
-        gtk_print_settings_set(settings, GTK_PRINT_SETTINGS_OUTPUT_URI,
-            URL::fileURL((folder / "frames.pdf").string()).absoluteString().c_str());
-        return settings;
-    }());
     press(panel, GTK_RESPONSE_OK);
     const PrintedPages pages(folder / "frames.pdf");
     ASSERT_TRUE(pages.isComplete);
@@ -227,13 +223,13 @@ TEST_F(WebPrinterTest, PrintsOnceWhenItIsToldTwice)
 TEST_F(WebPrinterTest, PrintsTheSecondOfTwoQuickCalls)
 {
     printInto(folder / "quick.pdf");
-    printer->printHtml("<p>first", {});
+    printer->printHtml("<p>older", {});
     const std::weak_ptr<WebView> first = printer->view();
-    printer->printHtml("<p>second", {});
+    printer->printHtml("<p>newer", {});
     EXPECT_TRUE(first.expired());
     const PrintedPages pages(folder / "quick.pdf");
     ASSERT_TRUE(pages.isComplete);
-    EXPECT_THAT(pages.text(), AllOf(HasSubstr("second"), Not(HasSubstr("first"))));
+    EXPECT_THAT(pages.text(), AllOf(HasSubstr("newer"), Not(HasSubstr("older"))));
     std::filesystem::remove(folder / "quick.pdf");
     letAnotherDocumentBePrinted();
     EXPECT_FALSE(std::filesystem::exists(folder / "quick.pdf"));
@@ -241,32 +237,27 @@ TEST_F(WebPrinterTest, PrintsTheSecondOfTwoQuickCalls)
 
 TEST_F(WebPrinterTest, DropsADocumentThatHasLoadedButIsNotPrinted)
 {
-    printer->printHtml("<p>first", {});
+    printer->printHtml("<p>older", {});
     ASSERT_TRUE(waitUntil([&] { return !printer->view()->isLoading(); }));
     printInto(folder / "next.pdf");
-    printer->printHtml("<p>second", {});
+    printer->printHtml("<p>newer", {});
     const PrintedPages pages(folder / "next.pdf");
     ASSERT_TRUE(pages.isComplete);
-    EXPECT_THAT(pages.text(), HasSubstr("second"));
+    EXPECT_THAT(pages.text(), HasSubstr("newer"));
     EXPECT_FALSE(panelOf(*window));
 }
 
 TEST_F(WebPrinterTest, PrintsADocumentThatIsReplacedWhileItsPanelIsUp)
 {
-    printer->printHtml("<p>first", {});
+    suggest(folder / "first.pdf");
+    printer->printHtml("<p>older", {});
     auto* panel = waitForPrintPanel(*window);
     ASSERT_TRUE(panel);
-    gtk_print_unix_dialog_set_settings(panel, [&] {
-        auto* settings = gtk_print_settings_new();
-        gtk_print_settings_set(settings, GTK_PRINT_SETTINGS_OUTPUT_URI,
-            URL::fileURL((folder / "first.pdf").string()).absoluteString().c_str());
-        return settings;
-    }());
-    printer->printHtml("<p>second", {});
+    printer->printHtml("<p>newer", {});
     press(panel, GTK_RESPONSE_OK);
     const PrintedPages pages(folder / "first.pdf");
     ASSERT_TRUE(pages.isComplete);
-    EXPECT_THAT(pages.text(), HasSubstr("first"));
+    EXPECT_THAT(pages.text(), HasSubstr("older"));
     auto* next = waitForPrintPanel(*window);
     ASSERT_TRUE(next);
     press(next, GTK_RESPONSE_CANCEL);
@@ -317,8 +308,7 @@ TEST_F(WebPrinterTest, PrintsNothingOnceItIsReleased)
 
 TEST_F(WebPrinterTest, PrintsWhatWasConfirmedAfterItIsReleased)
 {
-    gtk_print_settings_set(NSPrintInfo::shared()->nativeInfo().settings.get(), GTK_PRINT_SETTINGS_OUTPUT_URI,
-        URL::fileURL((folder / "late.pdf").string()).absoluteString().c_str());
+    suggest(folder / "late.pdf");
     printer->printHtml("<p>late", {});
     auto* panel = waitForPrintPanel(*window);
     ASSERT_TRUE(panel);

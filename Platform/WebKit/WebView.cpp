@@ -1,10 +1,14 @@
 #include "WebDocumentView.h"
 
+#include <LumoKit/Platform/Dispatch/DispatchQueue.h>
 #include <LumoKit/Platform/Dispatch/MainThread.h>
 #include <LumoKit/Platform/Native/Handles.h>
 #include <LumoKit/Platform/Native/ObjectPtr.h>
 #include <LumoKit/Platform/WebKit/WebView.h>
 
+#include <cstdint>
+#include <iterator>
+#include <map>
 #include <utility>
 #include <vector>
 
@@ -15,19 +19,34 @@ namespace {
 /// The world of scripts that evaluations run in, apart from the document's own.
 constexpr const char* world = "LumoKit.WebView";
 
-void finishEvaluation(GObject* view, GAsyncResult* ended, gpointer data) noexcept
+struct Evaluation {
+    const WebView* view;
+    WebView::EvaluationHandler handler;
+};
+
+/// Those that are under way, by numbers that the engine hands back: it forgets those of a document whose process has not
+/// started yet when that is released.
+std::map<std::uintptr_t, Evaluation>& evaluations()
 {
-    const std::unique_ptr<WebView::EvaluationHandler> handler(static_cast<WebView::EvaluationHandler*>(data));
+    static std::map<std::uintptr_t, Evaluation> all;
+    return all;
+}
+
+void finishEvaluation(GObject* view, GAsyncResult* ended, gpointer number) noexcept
+{
     detail::GErrorPtr error;
     const auto value = detail::ObjectPtr<JSCValue>::adopt(
         webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(view), ended, error.out()));
+    auto evaluation = evaluations().extract(reinterpret_cast<std::uintptr_t>(number));
+    if (!evaluation)
+        return;
     if (!value || !jsc_value_is_string(value.get()))
-        return (*handler)(std::nullopt);
+        return evaluation.mapped().handler(std::nullopt);
     const std::unique_ptr<GBytes, detail::FreedBy<g_bytes_unref>> bytes(
         jsc_value_to_string_as_bytes(value.get()));
     gsize size = 0;
     const auto* text = static_cast<const char*>(g_bytes_get_data(bytes.get(), &size));
-    (*handler)(std::string(text, size));
+    evaluation.mapped().handler(std::string(text, size));
 }
 
 } // namespace
@@ -72,7 +91,18 @@ WebView::WebView(const CGRect& frame, std::string frameName, std::string groupNa
             }));
 }
 
-WebView::~WebView() = default;
+WebView::~WebView()
+{
+    for (auto each = evaluations().begin(); each != evaluations().end();) {
+        const auto next = std::next(each);
+        if (each->second.view == this)
+            DispatchQueue::main()->async(
+                [handler = std::move(evaluations().extract(each).mapped().handler)]() mutable {
+                    handler(std::nullopt);
+                });
+        each = next;
+    }
+}
 
 const CGRect& WebView::frame() const
 {
@@ -117,9 +147,12 @@ bool WebView::isLoading() const
 
 void WebView::stringByEvaluatingJavaScript(const std::string& from, EvaluationHandler completionHandler)
 {
-    auto handler = std::make_unique<EvaluationHandler>(std::move(completionHandler));
+    static std::uintptr_t last = 0;
+    evaluations().emplace(++last, Evaluation{this, std::move(completionHandler)});
     webkit_web_view_evaluate_javascript(native->document->engine(), from.data(),
-        static_cast<gssize>(from.size()), world, nullptr, nullptr, &finishEvaluation, handler.release());
+        static_cast<gssize>(from.size()), world, nullptr, nullptr, &finishEvaluation,
+        reinterpret_cast<gpointer>(
+            last)); // NOLINT(performance-no-int-to-ptr): a number that the engine carries
 }
 
 } // namespace LumoKit

@@ -27,10 +27,10 @@ struct NSPrintOperationTest : ::testing::Test {
         for (const auto set : {&NSPrintInfo::setTopMargin, &NSPrintInfo::setBottomMargin,
                  &NSPrintInfo::setLeftMargin, &NSPrintInfo::setRightMargin})
             ((*info).*set)(30);
-        setFile("panel.pdf");
+        suggest(folder / "panel.pdf");
         window->makeKeyAndOrderFront();
         web->mainFrame()->loadHTMLString(
-            "<body style='margin:0'>the document<div style='height:3000px;background:#000'></div>", {});
+            "<body style='margin:0'><div style='height:3000px;background:#000'></div>the document", {});
         EXPECT_TRUE(waitUntil([&] { return !web->isLoading(); }));
     }
     ~NSPrintOperationTest() override
@@ -38,13 +38,6 @@ struct NSPrintOperationTest : ::testing::Test {
         window->close();
         runPendingTurns();
         EXPECT_THAT(panels(), IsEmpty());
-    }
-
-    /// The file that the panel suggests.
-    void setFile(const char* name) const
-    {
-        gtk_print_settings_set(info->nativeInfo().settings.get(), GTK_PRINT_SETTINGS_OUTPUT_URI,
-            URL::fileURL((folder / name).string()).absoluteString().c_str());
     }
 
     std::shared_ptr<NSPrintOperation> begin()
@@ -116,6 +109,25 @@ TEST_F(NSPrintOperationTest, PrintsIntoAFileByThePanel)
     EXPECT_EQ(std::any_cast<std::string>(context), "context");
 }
 
+TEST_F(NSPrintOperationTest, LetsChooseWhereNoPrinterIsInstalled)
+{
+    gtk_print_settings_set_printer(info->nativeInfo().settings.get(), nullptr);
+    begin();
+    ASSERT_TRUE(waitUntil([&] { return panelOf(*window); }));
+    auto* panel = GTK_PRINT_UNIX_DIALOG(panelOf(*window));
+    auto* list = GTK_TREE_VIEW(find(GTK_DIALOG(panel), GTK_TYPE_TREE_VIEW));
+    ASSERT_TRUE(waitUntil(
+        [&] { return gtk_tree_model_iter_n_children(gtk_tree_view_get_model(list), nullptr) > 0; }));
+    EXPECT_FALSE(gtk_print_unix_dialog_get_selected_printer(panel));
+    GtkTreePath* first = gtk_tree_path_new_first();
+    gtk_tree_selection_select_path(gtk_tree_view_get_selection(list), first);
+    gtk_tree_path_free(first);
+    ASSERT_TRUE(waitForPrintPanel(*window));
+    press(panel, GTK_RESPONSE_OK);
+    EXPECT_TRUE(PrintedPages(folder / "panel.pdf").isComplete);
+    EXPECT_TRUE(gtk_print_settings_get_printer(info->nativeInfo().settings.get())); // for the next time
+}
+
 TEST_F(NSPrintOperationTest, PrintsNothingWhenItIsCancelled)
 {
     begin();
@@ -180,7 +192,7 @@ TEST_F(NSPrintOperationTest, KeepsThePrinterButNotThePages)
     ASSERT_TRUE(pages.isComplete);
     EXPECT_EQ(pages.count(), 2); // one page, twice
     GtkPrintSettings* kept = info->nativeInfo().settings.get();
-    EXPECT_STRNE(gtk_print_settings_get_printer(kept), nullptr);
+    EXPECT_TRUE(gtk_print_settings_get_printer(kept));
     EXPECT_EQ(gtk_print_settings_get_n_copies(kept), 1);
     EXPECT_EQ(gtk_print_settings_get_print_pages(kept), GTK_PRINT_PAGES_ALL);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ApplicationKit/NSPrintInfoNative.h"
 #include "Support/Panels.h"
 
 #include <LumoKit/Platform/ApplicationKit/NSPrintInfo.h>
@@ -18,12 +19,21 @@ inline void printInto(const std::filesystem::path& file)
     info->jobSavingURL = URL::fileURL(file.string());
 }
 
-/// Has the user asked, as at the start.
+/// Has the user asked, as at the start, but with the printer for files chosen the last time: there may be no other, and
+/// the panel selects none by itself.
 inline void printWithPanel()
 {
     const auto info = NSPrintInfo::shared();
     info->jobDisposition = NSPrintInfo::JobDisposition::spool;
     info->jobSavingURL.reset();
+    gtk_print_settings_set_printer(info->nativeInfo().settings.get(), g_dgettext("gtk30", "Print to File"));
+}
+
+/// The file that print panels suggest.
+inline void suggest(const std::filesystem::path& file)
+{
+    gtk_print_settings_set(NSPrintInfo::shared()->nativeInfo().settings.get(), GTK_PRINT_SETTINGS_OUTPUT_URI,
+        URL::fileURL(file.string()).absoluteString().c_str());
 }
 
 /// The print panel above a window, once it is there and can be confirmed; null if there is none.
