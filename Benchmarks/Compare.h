@@ -49,6 +49,7 @@ struct Outcome {
 [[nodiscard]] std::vector<Row> keyRows();
 [[nodiscard]] std::vector<Row> linkRows();
 [[nodiscard]] std::vector<Row> mainQueueRows();
+[[nodiscard]] std::vector<Row> printingRows();
 [[nodiscard]] std::vector<Row> remoteRows();
 [[nodiscard]] std::vector<Row> settingsRows();
 [[nodiscard]] std::vector<Row> startRows();

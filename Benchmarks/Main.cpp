@@ -28,6 +28,8 @@ int main(int count, char** arguments)
         "peer");
     for (const auto& rows : {bridgeRows(), mainQueueRows(), settingsRows(), cookieRows(), fileRows(),
              imageRows(), keyRows(), linkRows(), remoteRows(), startRows()}) {
+    for (const auto& rows : {bridgeRows(), mainQueueRows(), settingsRows(), cookieRows(), fileRows(), imageRows(),
+             linkRows(), printingRows(), remoteRows(), startRows()}) {
         for (const Row& row : rows) {
             if (!std::regex_search(row.name, wanted))
                 continue;
