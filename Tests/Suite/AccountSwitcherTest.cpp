@@ -7,6 +7,8 @@
 #include "Support/CookieArchive.h"
 #include "Support/WebPage.h"
 
+#include <LumoKit/WebView/ProxyWebView.h>
+
 #include <gtest/gtest.h>
 
 #include <optional>

@@ -373,7 +373,8 @@ void InboxApplication::makeMenu()
             NSMenuItem::separator(),
             std::make_shared<NSMenuItem>("Quit", [](NSMenuItem&) { quitApp(); }, "q")});
     add(*bar, "Conversation",
-        {std::make_shared<NSMenuItem>("Mark as Done", call(&InboxApplication::markDone), "d")});
+        {std::make_shared<NSMenuItem>("Mark as Done", call(&InboxApplication::markDone), "d"),
+            std::make_shared<NSMenuItem>("Print…", call(&InboxApplication::printConversation), "p")});
     add(*bar, "Developer", {std::make_shared<NSMenuItem>("Use a Local Script…", [weak](NSMenuItem&) {
         if (const auto application = weak.lock())
             presentFilePickerAndWatch(application, [weak](const std::string& js) {
@@ -382,6 +383,20 @@ void InboxApplication::makeMenu()
             });
     })});
     NSApplication::shared().setMainMenu(bar);
+}
+
+void InboxApplication::printConversation()
+{
+    view->evaluateJavaScript("LumoInbox.printable()",
+        [weak = weak_from_this()](const std::optional<Value>& document, const std::optional<Error>&) {
+            const auto application = weak.lock();
+            const auto* html = document ? document->asText() : nullptr;
+            if (!application || !html || html->empty())
+                return;
+            if (!application->printer)
+                application->printer = std::make_shared<WebPrinter>(application->mainWindow);
+            application->printer->printHtml(*html, URL::parse(application->origin + "/inbox/"));
+        });
 }
 
 void InboxApplication::askForTheme()

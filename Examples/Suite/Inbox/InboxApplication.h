@@ -11,6 +11,7 @@
 #include <LumoKit/Platform/ApplicationKit/NSPopUpButton.h>
 #include <LumoKit/Platform/ApplicationKit/NSWindow.h>
 #include <LumoKit/Utility/Settings.h>
+#include <LumoKit/WebPrinter.h>
 #include <LumoKit/WebView/InjectDownloader.h>
 #include <LumoKit/WebView/LMWebView.h>
 #include <LumoKit/WebView/WebViewJavascriptExecutor.h>
@@ -102,6 +103,7 @@ private:
     [[nodiscard]] LumoKit::Value injectUserInfo() const override { return {}; }
 
     void makeMenu();
+    void printConversation();
     void askForTheme();
     void askToForget();
     void showOffline(const LumoKit::Error& error);
@@ -119,6 +121,7 @@ private:
     const std::shared_ptr<LumoKit::FileWatcherManager> watchers =
         std::make_shared<LumoKit::FileWatcherManager>(std::any());
     std::shared_ptr<LumoKit::InjectDownloader> downloader;
+    std::shared_ptr<LumoKit::WebPrinter> printer;
     std::string origin; // of the service; empty before it listens
     mutable std::string script; // the latest; empty before it is delivered
     std::shared_ptr<AccountSwitcher> switcher; // null for another page, and before the service listens

@@ -890,6 +890,33 @@
             return shown().length;
         },
 
+        // Answers the open conversation as a document for paper; empty without one, or while its messages are on their way.
+        printable() {
+            const conversation = find(state.open);
+            const messages = conversation && state.messages.get(conversation.id);
+            if (!messages)
+                return '';
+            const paper = document.implementation.createHTMLDocument(conversation.subject);
+            const add = (parent, name, text) => {
+                const made = paper.createElement(name);
+                made.textContent = text;
+                parent.append(made);
+                return made;
+            };
+            add(paper.head, 'style', `body { font: 11pt/1.5 "DejaVu Serif", serif; } h1 { font-size: 18pt; }
+                article { margin-top: 18pt; padding-top: 9pt; border-top: .5pt solid #999; }
+                h2 { font-size: 11pt; margin: 0; } time { color: #555; } p { white-space: pre-wrap; }`);
+            add(paper.body, 'h1', conversation.subject);
+            for (const message of messages) {
+                const article = paper.createElement('article');
+                add(article, 'h2', `${message.from.name} to ${message.to.name}`);
+                add(article, 'time', new Date(message.sentAt).toLocaleString());
+                add(article, 'p', message.text);
+                paper.body.append(article);
+            }
+            return '<!DOCTYPE html>' + paper.documentElement.outerHTML;
+        },
+
         // Answers how many conversations are unread and not done.
         unread: unreadCount,
     });
