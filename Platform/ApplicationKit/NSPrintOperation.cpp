@@ -20,10 +20,12 @@ namespace {
 
 using detail::ObjectPtr;
 
-/// What the engine does itself, whatever the printer can.
+/// What the engine does itself, whatever the printer can. It makes PDF: asked for PostScript or SVG, its process of the
+/// document ends (WebKitGTK 2.50).
 constexpr auto capabilities = GtkPrintCapabilities(GTK_PRINT_CAPABILITY_PAGE_SET | GTK_PRINT_CAPABILITY_COPIES
     | GTK_PRINT_CAPABILITY_COLLATE | GTK_PRINT_CAPABILITY_REVERSE | GTK_PRINT_CAPABILITY_SCALE
-    | GTK_PRINT_CAPABILITY_NUMBER_UP | GTK_PRINT_CAPABILITY_NUMBER_UP_LAYOUT);
+    | GTK_PRINT_CAPABILITY_NUMBER_UP | GTK_PRINT_CAPABILITY_NUMBER_UP_LAYOUT
+    | GTK_PRINT_CAPABILITY_GENERATE_PDF);
 
 detail::PrintableView& printable(const NSView& view)
 {
@@ -38,12 +40,12 @@ ObjectPtr<GtkPrintSettings> settingsOf(const NSPrintInfo& info)
 {
     auto settings =
         ObjectPtr<GtkPrintSettings>::adopt(gtk_print_settings_copy(info.nativeInfo().settings.get()));
+    gtk_print_settings_set(settings.get(), GTK_PRINT_SETTINGS_OUTPUT_FILE_FORMAT, "pdf");
     if (info.jobDisposition == NSPrintInfo::JobDisposition::save && info.jobSavingURL) {
         // The toolkit's printer for files is known by its name, in the user's language.
         gtk_print_settings_set_printer(settings.get(), g_dgettext("gtk30", "Print to File"));
         gtk_print_settings_set(
             settings.get(), GTK_PRINT_SETTINGS_OUTPUT_URI, info.jobSavingURL->absoluteString().c_str());
-        gtk_print_settings_set(settings.get(), GTK_PRINT_SETTINGS_OUTPUT_FILE_FORMAT, "pdf");
     }
     return settings;
 }

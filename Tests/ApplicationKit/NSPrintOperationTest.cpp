@@ -128,6 +128,36 @@ TEST_F(NSPrintOperationTest, LetsChooseWhereNoPrinterIsInstalled)
     EXPECT_TRUE(gtk_print_settings_get_printer(info->nativeInfo().settings.get())); // for the next time
 }
 
+TEST_F(NSPrintOperationTest, MakesNothingButPDF)
+{
+    gtk_print_settings_set(info->nativeInfo().settings.get(), GTK_PRINT_SETTINGS_OUTPUT_FILE_FORMAT, "ps");
+    begin();
+    auto* panel = waitForPrintPanel(*window);
+    ASSERT_TRUE(panel);
+    for (GtkWidget* widget : widgetsIn(GTK_WIDGET(panel)))
+        if (GTK_IS_RADIO_BUTTON(widget) && gtk_widget_get_mapped(widget)) {
+            const char* label = gtk_button_get_label(GTK_BUTTON(widget));
+            EXPECT_THAT(label ? label : "", testing::Not(testing::AnyOf("Postscript", "SVG")));
+        }
+    press(panel, GTK_RESPONSE_OK);
+    EXPECT_TRUE(PrintedPages(folder / "panel.pdf").isComplete);
+    ASSERT_TRUE(hasEnded());
+    EXPECT_EQ(outcomes, std::vector{true});
+}
+
+TEST_F(NSPrintOperationTest, EndsWithTheProcessOfTheDocument)
+{
+    printInto(folder / "a.pdf");
+    begin();
+    ::testing::internal::CaptureStdout();
+    webkit_web_view_terminate_web_process(
+        WEBKIT_WEB_VIEW(gtkWidget(*web->mainFrame()->frameView()->documentView())));
+    const bool ended = hasEnded();
+    EXPECT_THAT(::testing::internal::GetCapturedStdout(), HasSubstr("[NSPrintOperation] cannot print: "));
+    ASSERT_TRUE(ended);
+    EXPECT_EQ(outcomes, std::vector{false});
+}
+
 TEST_F(NSPrintOperationTest, PrintsNothingWhenItIsCancelled)
 {
     begin();
