@@ -5,6 +5,7 @@
 #include <stdio.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -46,7 +47,7 @@ struct Picture {
     [[nodiscard]] std::array<int, 3> at(int x, int y) const
     {
         const auto* pixel =
-            reinterpret_cast<const unsigned char*>(pixels.data()) + (std::size_t(y) * width + x) * 3;
+            reinterpret_cast<const unsigned char*>(pixels.data()) + std::ptrdiff_t(y * width + x) * 3;
         return {pixel[0], pixel[1], pixel[2]};
     }
 };
@@ -62,7 +63,7 @@ Picture pictureOf(const std::filesystem::path& file, int page)
     in.get();
     picture.pixels.assign(std::istreambuf_iterator<char>(in), {});
     if (kind != "P6" || most != 255
-        || picture.pixels.size() < std::size_t(picture.width) * picture.height * 3)
+        || picture.pixels.size() < std::size_t(picture.width * picture.height) * 3)
         return {};
     return picture;
 }
