@@ -98,13 +98,13 @@ double bare()
             soup_session_send_and_read_async(
                 session, message, G_PRIORITY_DEFAULT, nullptr,
                 [](GObject* source, GAsyncResult* result, gpointer data) {
-                    auto* count = static_cast<Count*>(data);
+                    auto* ended = static_cast<Count*>(data);
                     if (GBytes* read =
                             soup_session_send_and_read_finish(SOUP_SESSION(source), result, nullptr)) {
-                        count->bytes += g_bytes_get_size(read);
+                        ended->bytes += g_bytes_get_size(read);
                         g_bytes_unref(read);
                     }
-                    --count->left;
+                    --ended->left;
                 },
                 &count);
             g_object_unref(message);
