@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdlib>
 #include <limits>
 
 using namespace LumoKit;
@@ -168,21 +167,6 @@ TEST(RoundedImage, CanBeMadeOfARoundedOne)
     const auto pixels = second->nativeImage().pixels(1);
     EXPECT_EQ(at(*pixels, 0, 0), transparent);
     EXPECT_TRUE(isNear(at(*pixels, 10, 10), red, 1));
-}
-
-// For a person to look at: LUMOKIT_PICTURES names a folder.
-TEST(RoundedImage, LooksAsItShould)
-{
-    const char* folder = std::getenv("LUMOKIT_PICTURES");
-    if (!folder)
-        GTEST_SKIP() << "LUMOKIT_PICTURES is not set";
-    const auto from = NSImage::create(dataOf(jpegFile(512, 512, photograph)));
-    for (const int scale : {1, 2, 3}) {
-        writePicture(*image(*from, 28, {56, 56})->nativeImage().pixels(scale),
-            std::string(folder) + "/dashboard-" + std::to_string(scale) + ".png");
-        writePicture(*image(*from, 10, {20, 20})->nativeImage().pixels(scale),
-            std::string(folder) + "/menu-" + std::to_string(scale) + ".png");
-    }
 }
 
 } // namespace

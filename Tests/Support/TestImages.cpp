@@ -177,22 +177,6 @@ bool isNear(const Colour& one, const Colour& other, int difference)
         && std::abs(one.blue - other.blue) <= difference && std::abs(one.alpha - other.alpha) <= difference;
 }
 
-void writePicture(const detail::Pixels& pixels, const std::string& path)
-{
-    const int zoom = 6;
-    const detail::CairoSurface canvas(
-        cairo_image_surface_create(CAIRO_FORMAT_RGB24, pixels.size.width * zoom, pixels.size.height * zoom));
-    const detail::CairoContext context(cairo_create(canvas.get()));
-    cairo_set_source_rgb(context.get(), 1, 1, 1);
-    cairo_paint(context.get());
-    cairo_scale(context.get(), zoom, zoom);
-    cairo_set_source_surface(
-        context.get(), detail::surfaceOf(std::make_shared<detail::Pixels>(pixels)).get(), 0, 0);
-    cairo_pattern_set_filter(cairo_get_source(context.get()), CAIRO_FILTER_NEAREST);
-    cairo_paint(context.get());
-    cairo_surface_write_to_png(canvas.get(), path.c_str());
-}
-
 long peakMemory()
 {
     rusage usage{};

@@ -46,9 +46,6 @@ Colour at(const detail::Pixels& pixels, int x, int y);
 /// Whether no component differs by more.
 bool isNear(const Colour& one, const Colour& other, int difference = 6);
 
-/// Writes a picture as a PNG file, enlarged and on white.
-void writePicture(const detail::Pixels& pixels, const std::string& path);
-
 /// The most memory that this process has had at once.
 /// Units: MB.
 long peakMemory();
