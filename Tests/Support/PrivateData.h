@@ -3,34 +3,46 @@
 #include "TemporaryFolder.h"
 
 #include <cstdlib>
+#include <initializer_list>
 
 namespace LumoKit::Test {
 
-/// Folders of the user's data and caches for one test alone, for tests of what an application keeps: tests of one
-/// program run beside each other. A process that a test starts has those of the test. Make it before anything else.
-class PrivateData {
+/// Folders of the user's for one test alone: tests of one program run beside each other. A process that a test starts has
+/// those of the test. Make it before anything else.
+class PrivateFolders {
 public:
-    PrivateData()
-        : isOwner(!std::getenv(mark))
+    /// The variables of the environment that lead to the folders.
+    explicit PrivateFolders(std::initializer_list<const char*> variables)
+        : mark(std::string("LUMOKIT_TEST_HAS_") + *variables.begin())
+        , isOwner(!std::getenv(mark.c_str()))
     {
         if (!isOwner)
             return;
-        ::setenv(mark, "1", 1);
-        ::setenv("XDG_DATA_HOME", (folder / "data").c_str(), 1);
-        ::setenv("XDG_CACHE_HOME", (folder / "cache").c_str(), 1);
+        ::setenv(mark.c_str(), "1", 1);
+        for (const char* variable : variables)
+            ::setenv(variable, (folder / variable).c_str(), 1);
     }
-    PrivateData(const PrivateData&) = delete;
-    PrivateData& operator=(const PrivateData&) = delete;
-    ~PrivateData()
+    PrivateFolders(const PrivateFolders&) = delete;
+    PrivateFolders& operator=(const PrivateFolders&) = delete;
+    ~PrivateFolders()
     {
         if (isOwner)
-            ::unsetenv(mark);
+            ::unsetenv(mark.c_str());
     }
 
 private:
-    static constexpr const char* mark = "LUMOKIT_TEST_HAS_PRIVATE_DATA";
+    const std::string mark;
     TemporaryFolder folder;
     const bool isOwner;
+};
+
+/// The user's data and caches, for tests of what an application keeps.
+class PrivateData : PrivateFolders {
+public:
+    PrivateData()
+        : PrivateFolders({"XDG_CACHE_HOME", "XDG_DATA_HOME"})
+    {
+    }
 };
 
 } // namespace LumoKit::Test
