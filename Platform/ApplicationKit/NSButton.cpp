@@ -2,11 +2,37 @@
 
 #include <LumoKit/Platform/ApplicationKit/NSApplication.h>
 #include <LumoKit/Platform/ApplicationKit/NSButton.h>
+#include <LumoKit/Platform/Foundation/Bundle.h>
+#include <LumoKit/Platform/Foundation/Files.h>
+#include <LumoKit/Platform/Foundation/NSCoder.h>
 #include <LumoKit/Platform/Native/SignalConnection.h>
 
 namespace LumoKit {
 
 namespace {
+
+constexpr const char* borderless = R"(
+    button {
+        padding: 0; margin: 0; border: none; min-width: 0; min-height: 0;
+        background: none; box-shadow: none; text-shadow: none; -gtk-icon-shadow: none; outline-offset: -1px;
+    }
+    button:active { opacity: 0.6; }
+    button:disabled { opacity: 0.4; }
+)";
+
+GtkPositionType placeOf(NSCellImagePosition position)
+{
+    switch (position) {
+    case NSCellImagePosition::imageRight:
+        return GTK_POS_RIGHT;
+    case NSCellImagePosition::imageBelow:
+        return GTK_POS_BOTTOM;
+    case NSCellImagePosition::imageAbove:
+        return GTK_POS_TOP;
+    default:
+        return GTK_POS_LEFT;
+    }
+}
 
 struct ButtonNative final : NSView::Native {
     explicit ButtonNative(GtkWidget* made)
@@ -21,6 +47,28 @@ struct ButtonNative final : NSView::Native {
         return GTK_IS_TOGGLE_BUTTON(widget.get()) ? GTK_TOGGLE_BUTTON(widget.get()) : nullptr;
     }
 
+    /// Shows the title and the image as they are to be.
+    void show()
+    {
+        const bool onlyImage = position == NSCellImagePosition::imageOnly;
+        GtkWidget* shown = nullptr;
+        if (image && position != NSCellImagePosition::noImage)
+            if (const auto surface =
+                    detail::drawableSurface(*image, gtk_widget_get_scale_factor(widget.get())))
+                shown = gtk_image_new_from_surface(surface.get());
+        gtk_button_set_label(button(), onlyImage ? nullptr : title.c_str());
+        gtk_button_set_image_position(button(), placeOf(position));
+        gtk_button_set_always_show_image(button(), shown != nullptr);
+        gtk_button_set_image(button(), shown);
+        // Assistive software reads the title, shown or not.
+        atk_object_set_name(gtk_widget_get_accessible(widget.get()), title.c_str());
+    }
+
+    std::string title;
+    std::shared_ptr<const NSImage> image;
+    NSCellImagePosition position = NSCellImagePosition::noImage;
+    detail::ObjectPtr<GtkCssProvider> style; // null with a border
+    detail::SignalConnection rescaled;
     NSControlStateValue state = NSControlStateValue::off; // of a push button
     bool settingState = false;
     detail::SignalConnection toggled;
@@ -48,9 +96,23 @@ NSButton::NSButton(Kind kind, const std::string& title, const CGRect& frame)
     auto& native = nativeOf(*this);
     native.frame = frame;
     setTitle(title);
+    native.rescaled = detail::SignalConnection::connect<void(GtkWidget*, GParamSpec*)>(
+        native.button(), "notify::scale-factor", [&native](auto*, auto*) { native.show(); });
     if (GtkToggleButton* box = native.checkBox())
         native.toggled = detail::SignalConnection::connect<void(GtkToggleButton*)>(box, "toggled",
             [](GtkToggleButton* clicked) { gtk_toggle_button_set_inconsistent(clicked, FALSE); });
+}
+
+NSButton::NSButton(const NSCoder& coder)
+    : NSButton(Kind::push, coder.decodeString("title"), {})
+{
+    decode(coder);
+    const auto file = Bundle::main().path(coder.decodeString("image"), "");
+    if (const auto bytes = file ? readFile(*file) : std::nullopt) {
+        const auto* first = reinterpret_cast<const std::byte*>(bytes->data());
+        setImage(NSImage::create(Data(first, first + bytes->size())));
+        setImagePosition(title().empty() ? NSCellImagePosition::imageOnly : NSCellImagePosition::imageLeft);
+    }
 }
 
 std::shared_ptr<NSButton> NSButton::checkbox(const std::string& withTitle, const CGRect& frame)
@@ -60,12 +122,57 @@ std::shared_ptr<NSButton> NSButton::checkbox(const std::string& withTitle, const
 
 std::string NSButton::title() const
 {
-    return gtk_button_get_label(nativeOf(*this).button());
+    return nativeOf(*this).title;
 }
 
 void NSButton::setTitle(const std::string& title)
 {
-    gtk_button_set_label(nativeOf(*this).button(), title.c_str());
+    nativeOf(*this).title = title;
+    nativeOf(*this).show();
+}
+
+std::shared_ptr<const NSImage> NSButton::image() const
+{
+    return nativeOf(*this).image;
+}
+
+void NSButton::setImage(std::shared_ptr<const NSImage> image)
+{
+    nativeOf(*this).image = std::move(image);
+    nativeOf(*this).show();
+}
+
+NSCellImagePosition NSButton::imagePosition() const
+{
+    return nativeOf(*this).position;
+}
+
+void NSButton::setImagePosition(NSCellImagePosition position)
+{
+    nativeOf(*this).position = position;
+    nativeOf(*this).show();
+}
+
+bool NSButton::isBordered() const
+{
+    return !nativeOf(*this).style;
+}
+
+void NSButton::setBordered(bool bordered)
+{
+    auto& native = nativeOf(*this);
+    if (bordered == isBordered())
+        return;
+    GtkStyleContext* context = gtk_widget_get_style_context(native.widget.get());
+    if (bordered) {
+        gtk_style_context_remove_provider(context, GTK_STYLE_PROVIDER(native.style.get()));
+        native.style = {};
+        return;
+    }
+    native.style = detail::ObjectPtr<GtkCssProvider>::adopt(gtk_css_provider_new());
+    gtk_css_provider_load_from_data(native.style.get(), borderless, -1, nullptr);
+    gtk_style_context_add_provider(
+        context, GTK_STYLE_PROVIDER(native.style.get()), GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
 }
 
 bool NSButton::isEnabled() const

@@ -3,6 +3,7 @@
 
 #include <LumoKit/Platform/ApplicationKit/NSApplication.h>
 #include <LumoKit/Platform/ApplicationKit/NSTextField.h>
+#include <LumoKit/Platform/Foundation/NSCoder.h>
 
 namespace LumoKit {
 
@@ -36,6 +37,13 @@ NSTextField::NSTextField(const CGRect& frame)
     : NSView(std::make_unique<TextFieldNative>())
 {
     nativeView().frame = frame;
+}
+
+NSTextField::NSTextField(const NSCoder& coder)
+    : NSTextField()
+{
+    decode(coder);
+    setStringValue(coder.decodeString("value"));
 }
 
 std::string NSTextField::stringValue() const

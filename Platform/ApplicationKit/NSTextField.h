@@ -12,6 +12,8 @@ namespace LumoKit {
 class NSTextField : public NSView {
 public:
     explicit NSTextField(const CGRect& frame = {});
+    /// As an interface file describes it: what every view has, and "value", the text.
+    explicit NSTextField(const NSCoder& coder);
 
     /// What stands in the field.
     [[nodiscard]] std::string stringValue() const;

@@ -4,9 +4,11 @@
 #include <LumoKit/Platform/ApplicationKit/NSWindow.h>
 #include <LumoKit/Platform/Dispatch/MainThread.h>
 #include <LumoKit/Platform/Foundation/FatalError.h>
+#include <LumoKit/Platform/Foundation/NSCoder.h>
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace LumoKit {
 
@@ -101,14 +103,20 @@ void place(NSView::Native& child, const GtkAllocation& parent)
     const CGRect& frame = child.frame;
     int least = 0;
     int natural = 0;
+    int leastHeight = 0;
     gtk_widget_get_preferred_width(
         child.widget.get(), &least, &natural); // GTK wants to be asked before it is told
-    gtk_widget_get_preferred_height(child.widget.get(), &least, &natural);
+    gtk_widget_get_preferred_height(child.widget.get(), &leastHeight, &natural);
     GtkAllocation allocation;
     allocation.x = parent.x + static_cast<int>(std::lround(frame.minX()));
     allocation.y = parent.y + static_cast<int>(std::lround(parent.height - frame.maxY()));
     allocation.width = std::max(1, static_cast<int>(std::lround(frame.width())));
     allocation.height = std::max(1, static_cast<int>(std::lround(frame.height())));
+    if (child.keepsItsWidth) {
+        const int wider = least - allocation.width;
+        const int higher = std::max(0, leastHeight - allocation.height);
+        allocation = {allocation.x - wider / 2, allocation.y - higher / 2, least, allocation.height + higher};
+    }
     gtk_widget_size_allocate(child.widget.get(), &allocation);
 }
 
@@ -164,6 +172,12 @@ NSView::NSView(const CGRect& frame)
     native->frame = frame;
 }
 
+NSView::NSView(const NSCoder& coder)
+    : NSView(makeContainer())
+{
+    decode(coder);
+}
+
 NSView::NSView(std::unique_ptr<Native> made)
     : native(std::move(made))
 {
@@ -171,8 +185,25 @@ NSView::NSView(std::unique_ptr<Native> made)
     g_object_set_data(G_OBJECT(native->widget.get()), viewKey, this);
 }
 
+void NSView::decode(const NSCoder& coder)
+{
+    native->frame = coder.decodeRect("frame");
+    native->identifier = coder.decodeString("identifier");
+    const Value parts = coder.decodeObject("autoresizing");
+    if (const auto* names = parts.asArray())
+        for (const auto& [name, part] :
+            {std::pair{"minXMargin", &NSAutoresizing::minXMargin}, {"width", &NSAutoresizing::width},
+                {"maxXMargin", &NSAutoresizing::maxXMargin}, {"minYMargin", &NSAutoresizing::minYMargin},
+                {"height", &NSAutoresizing::height}, {"maxYMargin", &NSAutoresizing::maxYMargin}})
+            native->autoresizing.*part = std::ranges::find(*names, Value(name)) != names->end();
+    if (coder.decodeBool("hidden"))
+        setHidden(true);
+}
+
 NSView::~NSView()
 {
+    if (native->layer) // somebody else may hold it
+        native->layer->changed = {};
     g_object_set_data(G_OBJECT(native->widget.get()), viewKey, nullptr);
 }
 
@@ -259,6 +290,71 @@ bool NSView::performKeyEquivalent(const NSEvent& with)
     const auto asked = native->subviews; // what one does may change them
     return std::ranges::any_of(
         asked, [&](const auto& view) { return !view->isHidden() && view->performKeyEquivalent(with); });
+}
+
+const std::string& NSView::identifier() const
+{
+    return native->identifier;
+}
+
+void NSView::setIdentifier(std::string identifier)
+{
+    native->identifier = std::move(identifier);
+}
+
+std::shared_ptr<NSView> NSView::view(std::string_view withIdentifier)
+{
+    if (!withIdentifier.empty() && native->identifier == withIdentifier)
+        return std::static_pointer_cast<NSView>(shared_from_this());
+    for (const auto& subview : native->subviews)
+        if (auto found = subview->view(withIdentifier))
+            return found;
+    return nullptr;
+}
+
+const std::shared_ptr<CALayer>& NSView::layer() const
+{
+    return native->layer;
+}
+
+void NSView::setWantsLayer(bool wants)
+{
+    assertMainThread();
+    if (wants == wantsLayer())
+        return;
+    GtkWidget* widget = native->widget.get();
+    gtk_widget_queue_draw(widget);
+    if (!wants) {
+        native->drawing = {};
+        native->background = {};
+        native->layer->changed = {};
+        native->layer.reset();
+        return;
+    }
+    native->layer = std::make_shared<CALayer>();
+    native->layer->changed = [widget] { gtk_widget_queue_draw(widget); };
+    // Before the widget draws itself and what is in it.
+    native->drawing = detail::SignalConnection::connect<gboolean(GtkWidget*, cairo_t*)>(
+        widget, "draw", [view = native.get()](GtkWidget* drawn, cairo_t* onto) -> gboolean {
+            view->background.paint(onto, *view->layer, gtk_widget_get_allocated_width(drawn),
+                gtk_widget_get_allocated_height(drawn), gtk_widget_get_scale_factor(drawn));
+            return FALSE;
+        });
+}
+
+void NSView::setNeedsDisplay(const CGRect& in)
+{
+    const CGRect all = bounds();
+    const double left = std::floor(std::clamp(in.minX(), 0.0, all.maxX()));
+    const double right = std::ceil(std::clamp(in.maxX(), 0.0, all.maxX()));
+    const double top = std::floor(all.maxY() - std::clamp(in.maxY(), 0.0, all.maxY()));
+    const double bottom = std::ceil(all.maxY() - std::clamp(in.minY(), 0.0, all.maxY()));
+    GtkWidget* widget = native->widget.get();
+    GtkAllocation origin{}; // a widget without a window of its own counts from its window's corner
+    if (!gtk_widget_get_has_window(widget))
+        gtk_widget_get_allocation(widget, &origin);
+    gtk_widget_queue_draw_area(widget, origin.x + static_cast<int>(left), origin.y + static_cast<int>(top),
+        static_cast<int>(right - left), static_cast<int>(bottom - top));
 }
 
 bool NSView::isHidden() const

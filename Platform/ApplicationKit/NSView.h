@@ -4,10 +4,14 @@
 #include <LumoKit/Platform/Foundation/NSObject.h>
 
 #include <memory>
+#include <string>
+#include <string_view>
 #include <vector>
 
 namespace LumoKit {
 
+class CALayer;
+class NSCoder;
 class NSWindow;
 struct NSEvent;
 
@@ -39,10 +43,13 @@ class NSView : public NSObject {
 public:
     /// A view that shows nothing but its subviews. `frame` is in the coordinates of the superview to be.
     explicit NSView(const CGRect& frame = {});
+    /// A view as an interface file describes it: "frame", "autoresizing" (a list of the names of parts), "identifier",
+    /// "hidden".
+    explicit NSView(const NSCoder& coder);
     ~NSView() override;
 
     [[nodiscard]] const CGRect& frame() const;
-    void setFrame(const CGRect& frame);
+    virtual void setFrame(const CGRect& frame);
     /// The frame's size, from the origin.
     [[nodiscard]] CGRect bounds() const;
 
@@ -64,6 +71,22 @@ public:
     [[nodiscard]] bool isHidden() const;
     void setHidden(bool hidden);
 
+    /// By which name whoever looks for the view finds it; empty at first.
+    [[nodiscard]] const std::string& identifier() const;
+    void setIdentifier(std::string identifier);
+    /// This view, or the first one in it with that identifier, from the bottom to the top; null if there is none.
+    [[nodiscard]] std::shared_ptr<NSView> view(std::string_view withIdentifier);
+
+    /// Whether the view has a layer, which paints a background behind what the view shows; false at first.
+    [[nodiscard]] bool wantsLayer() const { return layer() != nullptr; }
+    /// Gives the view a layer without a background, or takes it away.
+    void setWantsLayer(bool wants);
+    /// Null for a view that wants none.
+    [[nodiscard]] const std::shared_ptr<CALayer>& layer() const;
+
+    /// Has a part of the view drawn again. The rectangle is in the view's own coordinates.
+    void setNeedsDisplay(const CGRect& in);
+
     /// Offers a key that goes down to this view and those in it, before anything else in the window gets it; true if
     /// one of them took it. By itself a view only asks its subviews, from the bottom to the top, and not those that
     /// are hidden.
@@ -75,6 +98,8 @@ public:
 
 protected:
     explicit NSView(std::unique_ptr<Native> native);
+    /// Reads what an interface file says of every view, for classes with a native object of their own.
+    void decode(const NSCoder& coder);
 
 private:
     friend class NSWindow;

@@ -1,7 +1,10 @@
 #pragma once
 
+#include "LayerBackground.h"
+
 #include <LumoKit/Platform/ApplicationKit/NSView.h>
 #include <LumoKit/Platform/Native/ObjectPtr.h>
+#include <LumoKit/Platform/Native/SignalConnection.h>
 
 #include <gtk/gtk.h>
 
@@ -29,9 +32,15 @@ struct NSView::Native {
     CGRect frame;
     NSAutoresizing autoresizing;
     bool holdsSubviews = false;
+    bool keepsItsWidth =
+        false; // its widget's own, in the middle of the frame; and no less than its own height
     bool isPage = false; // takes keys through `performKeyEquivalent`, and gives back what it does not handle
     std::vector<std::shared_ptr<NSView>> subviews;
     NSView* superview = nullptr; // it keeps this view, so that it is there as long as this pointer is set
+    std::string identifier;
+    std::shared_ptr<CALayer> layer; // null without one
+    detail::LayerBackground background; // of the layer
+    detail::SignalConnection drawing; // as long as there is a layer
     NSWindow* window = nullptr; // set on a window's content view; the window keeps it
 };
 

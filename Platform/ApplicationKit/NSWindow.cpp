@@ -3,6 +3,7 @@
 #include "NSViewNative.h"
 #include "NSWindowNative.h"
 
+#include <LumoKit/Platform/ApplicationKit/NSWindowController.h>
 #include <LumoKit/Platform/Dispatch/MainThread.h>
 #include <LumoKit/Platform/Foundation/NotificationCenter.h>
 
@@ -366,6 +367,13 @@ void NSWindow::close()
 void NSWindow::setDelegate(const std::weak_ptr<NSWindowDelegate>& delegate)
 {
     native->delegate = delegate;
+}
+
+std::shared_ptr<NSWindowController> NSWindow::windowController() const
+{
+    return native->controller
+        ? std::static_pointer_cast<NSWindowController>(native->controller->weak_from_this().lock())
+        : nullptr;
 }
 
 } // namespace LumoKit

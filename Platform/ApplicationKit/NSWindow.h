@@ -11,6 +11,7 @@ namespace LumoKit {
 
 class NSView;
 class NSWindow;
+class NSWindowController;
 struct NSEvent;
 
 /// What a window may be asked and is told. Every operation has the platform's default.
@@ -109,6 +110,9 @@ public:
 
     /// Not kept.
     void setDelegate(const std::weak_ptr<NSWindowDelegate>& delegate);
+
+    /// Who is in charge of the window; null for nobody. See `NSWindowController::setWindow`.
+    [[nodiscard]] std::shared_ptr<NSWindowController> windowController() const;
 
     [[nodiscard]] Value value(std::string_view forKey) const override;
 

@@ -34,6 +34,7 @@ struct NSWindow::Native {
     int number = 0;
     std::shared_ptr<NSView> contentView;
     std::weak_ptr<NSWindowDelegate> delegate;
+    NSWindowController* controller = nullptr; // as long as it keeps the window
     CGPoint origin; // as last asked for
     bool key = false;
     bool closing = false;
