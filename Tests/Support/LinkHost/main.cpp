@@ -10,7 +10,7 @@
 // of the last interaction that the desktop knows of when it is started a second time; "slow" ends only when something
 // is written to the file that LINK_HOST_GATE names, and "thoughtful" agrees to end only then.
 //
-// Links: "lumotest:quit", "lumotest:relaunch", "lumotest:reset", and "lumotest:dialog-quit" and "lumotest:dialog-relaunch", which do so from
+// Links: "lumotest:quit" (or "quit" as the command of any scheme), "lumotest:relaunch", "lumotest:reset", and "lumotest:dialog-quit" and "lumotest:dialog-relaunch", which do so from
 // within a dialog that is waited for.
 
 #include <LumoKit/MailTo/MailToManager.h>
@@ -113,7 +113,7 @@ private:
     {
         const std::string link = event.paramDescriptor(keyDirectObject)->stringValue().value();
         report((isMainThread() ? "link " : "link on another thread ") + link);
-        if (link == "lumotest:quit")
+        if (link == "lumotest:quit" || link.ends_with("://quit"))
             quitApp();
         else if (link == "lumotest:relaunch")
             relaunchApp();
