@@ -5,6 +5,9 @@
 
 #include <gio/gio.h>
 #include <gmock/gmock.h>
+#include <stdlib.h>
+
+#include <future>
 
 using namespace LumoKit;
 using LumoKit::Test::begin;
@@ -75,6 +78,34 @@ TEST_F(URLSessionFaultsTest, ThereIsNoSuchHost)
     URLSession session(configuration);
     const int code = load(session, *URL::parse("http://nobody.invalid/"))->code();
     EXPECT_TRUE(code == NSURLErrorCannotFindHost || code == NSURLErrorDNSLookupFailed) << code;
+}
+
+TEST_F(URLSessionFaultsTest, TheDesktopsProxyIsAsked)
+{
+    std::promise<std::string> asked;
+    const SocketServer proxy([&](Connection& connection) {
+        if (connection.receiveHead()) {
+            asked.set_value(connection.head());
+            connection.send(std::string(head) + "Content-Length: 9\r\n\r\nby proxy.");
+        }
+    });
+    ::setenv("http_proxy", proxy.origin().c_str(), 1); // which this process's resolver reads first
+    URLSession session(configuration);
+    const auto loaded = load(session, *URL::parse("http://service.example/tea?leaves=2"));
+    ::unsetenv("http_proxy");
+    ASSERT_FALSE(loaded->error) << loaded->code();
+    EXPECT_EQ(loaded->text, "by proxy.");
+    EXPECT_TRUE(asked.get_future().get().starts_with("GET http://service.example/tea?leaves=2 HTTP/1.1\r\n"));
+}
+
+TEST_F(URLSessionFaultsTest, AProxyThatIsNotThereIsAnError)
+{
+    ::setenv("http_proxy", LumoKit::Test::refusedOrigin().c_str(), 1);
+    URLSession session(configuration);
+    const auto loaded = load(session, *URL::parse("http://service.example/"));
+    ::unsetenv("http_proxy");
+    EXPECT_EQ(loaded->code(), NSURLErrorCannotConnectToHost);
+    EXPECT_EQ(loaded->calls, 1);
 }
 
 TEST_F(URLSessionFaultsTest, WhatIsNoAddressOfHTTP)
