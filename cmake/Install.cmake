@@ -14,7 +14,7 @@ configure_package_config_file(cmake/LumoKitConfig.cmake.in "${CMAKE_BINARY_DIR}/
     INSTALL_DESTINATION ${packageDir})
 write_basic_package_version_file("${CMAKE_BINARY_DIR}/LumoKitConfigVersion.cmake" COMPATIBILITY SameMinorVersion)
 install(FILES "${CMAKE_BINARY_DIR}/LumoKitConfig.cmake" "${CMAKE_BINARY_DIR}/LumoKitConfigVersion.cmake"
-    DESTINATION ${packageDir})
+    cmake/LumoKitApplication.cmake DESTINATION ${packageDir})
 
 # The prefix as seen from the .pc file's own folder.
 file(RELATIVE_PATH LUMOKIT_PC_PREFIX "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
