@@ -2,12 +2,14 @@
 # work wherever the prefix is moved to.
 include(CMakePackageConfigHelpers)
 
+# What is not said to be of another component is what hosts are developed with.
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 install(TARGETS LumoKit EXPORT LumoKit
-    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
     FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
     FILE_SET native DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(TARGETS lumokit-open DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/lumokit)
+install(TARGETS lumokit-open DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/lumokit COMPONENT runtime)
 set(packageDir ${CMAKE_INSTALL_LIBDIR}/cmake/LumoKit)
 install(EXPORT LumoKit NAMESPACE LumoKit:: DESTINATION ${packageDir} FILE LumoKitTargets.cmake)
 configure_package_config_file(cmake/LumoKitConfig.cmake.in "${CMAKE_BINARY_DIR}/LumoKitConfig.cmake"
