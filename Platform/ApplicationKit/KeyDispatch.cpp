@@ -33,13 +33,15 @@ gboolean KeyDispatch::received(GdkEventKey& key)
         // A page did not handle it, or an input method asked to have it again without itself.
         gpointer data = nullptr;
         gdk_window_get_user_data(key.window, &data);
-        GtkWidget* widget = data && !GTK_IS_WINDOW(data)
-            ? GTK_WIDGET(data)
-            : gtk_window_get_focus(window.nativeWindow().window.get());
+        GtkWidget* focus = gtk_window_get_focus(window.nativeWindow().window.get());
+        GtkWidget* widget = data && !GTK_IS_WINDOW(data) ? GTK_WIDGET(data) : focus;
+        // A page that has no more to move to has the engine move the keyboard, and hands the press back all the
+        // same: what it does to the one that has the keyboard now is not to be done.
+        const bool hasMoved = widget != focus;
         if (widget && propagate(reinterpret_cast<GdkEvent*>(&key), widget))
             return TRUE;
         if (key.type == GDK_KEY_PRESS)
-            goOn(eventOf(key, number, false));
+            goOn(eventOf(key, number, false), hasMoved);
         return TRUE;
     }
     const bool repeats = key.type == GDK_KEY_PRESS ? !held.insert(key.hardware_keycode).second
@@ -69,7 +71,7 @@ void KeyDispatch::send(const NSEvent& event)
             unreached.insert(place);
     }
     if (!taken)
-        goOn(event);
+        goOn(event, false);
 }
 
 bool KeyDispatch::deliver(const NSEvent& event, GtkWidget* widget, KeyReader reader)
@@ -140,7 +142,7 @@ bool KeyDispatch::propagate(GdkEvent* event, GtkWidget* widget) const
     return false;
 }
 
-void KeyDispatch::goOn(const NSEvent& event)
+void KeyDispatch::goOn(const NSEvent& event, bool hasMoved)
 {
     const auto alive = window.shared_from_this();
     const auto menu = NSApplication::shared().mainMenu();
@@ -151,7 +153,7 @@ void KeyDispatch::goOn(const NSEvent& event)
     if (!surface)
         return;
     const auto native = delivered(event, KeyReader::control, surface);
-    if (!gtk_window_activate_key(widget, &native->key))
+    if (!gtk_window_activate_key(widget, &native->key) && !hasMoved)
         gtk_bindings_activate_event(G_OBJECT(widget), &native->key);
 }
 

@@ -42,8 +42,8 @@ private:
     static constexpr guint16 noKey = 0xFFFF;
 
     gboolean received(GdkEventKey& key);
-    /// What nobody in the window took.
-    void goOn(const NSEvent& event);
+    /// What nobody in the window took. `hasMoved` says that another has the keyboard than had the press.
+    void goOn(const NSEvent& event, bool hasMoved);
     /// The engine takes a second press of a key without a release for a repetition. Keys made by hand have no
     /// release: a letter that comes twice is one of another, unknown place the second time.
     void keepFromRepeating(const NSEvent& event, GdkEventKey& key);
