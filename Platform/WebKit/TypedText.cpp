@@ -83,4 +83,16 @@ TypedText::~TypedText()
     webkit_web_view_set_input_method_context(view.get(), usual.get());
 }
 
+NoInputMethod::NoInputMethod(WebKitWebView* view)
+    : view(ObjectPtr<WebKitWebView>::retain(view))
+    , usual(ObjectPtr<WebKitInputMethodContext>::retain(webkit_web_view_get_input_method_context(view)))
+{
+    webkit_web_view_set_input_method_context(view, nullptr);
+}
+
+NoInputMethod::~NoInputMethod()
+{
+    webkit_web_view_set_input_method_context(view.get(), usual.get());
+}
+
 } // namespace LumoKit::detail

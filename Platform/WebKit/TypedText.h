@@ -24,4 +24,19 @@ private:
     const ObjectPtr<WebKitInputMethodContext> usual;
 };
 
+/// While this object lives, a key that is pressed in a view goes past the input method.
+///
+/// Thread: the main thread.
+class NoInputMethod {
+public:
+    explicit NoInputMethod(WebKitWebView* view);
+    NoInputMethod(const NoInputMethod&) = delete;
+    NoInputMethod& operator=(const NoInputMethod&) = delete;
+    ~NoInputMethod();
+
+private:
+    const ObjectPtr<WebKitWebView> view;
+    const ObjectPtr<WebKitInputMethodContext> usual;
+};
+
 } // namespace LumoKit::detail

@@ -479,6 +479,11 @@ bool WKWebView::performKeyEquivalent(const NSEvent& with)
     std::optional<detail::TypedText> typed;
     if (!with.native && detail::hasSeveralCodePoints(with.characters))
         typed.emplace(native.view(), with.characters);
+    // An input method that knows Control alone for commands would type the letter of one with Super.
+    std::optional<detail::NoInputMethod> untyped;
+    if (with.modifierFlags.contains(NSEvent::ModifierFlags::command)
+        && NSApplication::shared().commandKey() == NSApplication::CommandKey::super)
+        untyped.emplace(native.view());
     return in->nativeWindow().keys->deliver(with, native.widget.get(), detail::KeyReader::page);
 }
 

@@ -385,11 +385,29 @@ TEST_F(KeyboardTest, OpensTheMenuBarWithF10WhereThePageLeavesIt)
 TEST_F(KeyboardTest, ComposesWithDeadKeys)
 {
     ASSERT_TRUE(keyboard.setLayout("de"));
-    page.view->keyCodesToSilence = {{3}};
     keyboard.tap(KEY_EQUAL); // the dead acute
-    keyboard.tap(KEY_F); // silenced: the composition does not learn of it
     keyboard.tap(KEY_E);
     EXPECT_TRUE(waitUntil([&] { return page.text() == "é"; })) << page.text();
+}
+
+TEST_F(KeyboardTest, KeepsASilencedKeyOutOfACompositionOfTheToolkit)
+{
+    ASSERT_TRUE(keyboard.setLayout("de"));
+    page.view->keyCodesToSilence = {{3}};
+    keyboard.tap(KEY_EQUAL);
+    keyboard.tap(KEY_F);
+    keyboard.tap(KEY_E);
+    EXPECT_TRUE(waitUntil([&] { return page.text() == "é"; })) << page.text();
+}
+
+TEST_F(KeyboardTest, IsThroughTheInputMethodThatWasChosen)
+{
+    const char* chosen = std::getenv("GTK_IM_MODULE");
+    ASSERT_TRUE(chosen); // by the session, if by nobody else
+    GtkIMContext* method = gtk_im_multicontext_new();
+    gtk_im_context_reset(method); // it is made now
+    EXPECT_STREQ(gtk_im_multicontext_get_context_id(GTK_IM_MULTICONTEXT(method)), chosen);
+    g_object_unref(method);
 }
 
 } // namespace
