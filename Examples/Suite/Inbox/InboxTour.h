@@ -1,21 +1,16 @@
 #pragma once
 
-#include "InboxApplication.h"
-#include "Support/Tour.h"
+#include "Inbox/InboxApplication.h"
+#include "Support/TourSteps.h"
 
-#include <filesystem>
-#include <functional>
 #include <memory>
+#include <vector>
 
 namespace LumoSuite {
 
-/// The walk through the inbox: what its page, its native control and their messages do, with a picture on the
-/// way.
-[[nodiscard]] std::vector<Tour::Step> inboxTour(const std::weak_ptr<InboxApplication>& application,
-    const std::filesystem::path& picture, const std::function<void(const std::string&)>& report);
-
-/// The walk through any other page: it loads, and a picture is saved.
-[[nodiscard]] std::vector<Tour::Step> pageTour(const std::weak_ptr<InboxApplication>& application,
-    const std::filesystem::path& picture, const std::function<void(const std::string&)>& report);
+/// The walk through the inbox: what its page, its native control and their messages do, and the calendar where it is
+/// installed, with pictures on the way.
+[[nodiscard]] std::vector<Tour::Step> inboxTour(
+    const std::weak_ptr<InboxApplication>& inbox, const TourSteps& steps);
 
 } // namespace LumoSuite

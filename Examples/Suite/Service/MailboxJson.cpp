@@ -1,6 +1,6 @@
 #include "MailboxJson.h"
 
-#include <nlohmann/json.hpp>
+#include "JsonText.h"
 
 #include <algorithm>
 #include <array>
@@ -9,8 +9,6 @@
 namespace LumoSuite {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr std::size_t longestSnippet = 160;
 
@@ -22,20 +20,6 @@ std::string timeText(std::chrono::sys_seconds time)
     if (!::gmtime_r(&seconds, &parts))
         return {};
     return std::string(text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts));
-}
-
-std::string dump(const Json& json)
-{
-    // Text that is no UTF-8 must not end an answer with an exception.
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
-Json personJson(const Person& person)
-{
-    Json json = {{"name", person.name}, {"address", person.address}};
-    if (!person.image.empty())
-        json["image"] = person.image;
-    return json;
 }
 
 std::string snippet(std::string text)
@@ -77,7 +61,7 @@ std::string listText(const Mailbox& mailbox)
     Json conversations = Json::array();
     for (const Conversation& conversation : mailbox.conversations())
         conversations.push_back(summaryJson(conversation));
-    return dump({{"owner", personJson(mailbox.owner())}, {"conversations", std::move(conversations)}});
+    return jsonText({{"owner", personJson(mailbox.owner())}, {"conversations", std::move(conversations)}});
 }
 
 std::string recordText(const Conversation& conversation)
@@ -93,14 +77,14 @@ std::string recordText(const Conversation& conversation)
     }
     Json record = summaryJson(conversation);
     record["messages"] = std::move(messages);
-    return dump(record);
+    return jsonText(record);
 }
 
 std::string newsText(const Mailbox& mailbox)
 {
     const auto unread = std::ranges::count_if(mailbox.conversations(),
         [](const Conversation& conversation) { return conversation.unread && !conversation.done; });
-    return dump({{"owner", personJson(mailbox.owner())}, {"unread", unread}});
+    return jsonText({{"owner", personJson(mailbox.owner())}, {"unread", unread}});
 }
 
 std::string ownersText(const std::vector<Person>& owners)
@@ -108,12 +92,12 @@ std::string ownersText(const std::vector<Person>& owners)
     Json people = Json::array();
     for (const Person& owner : owners)
         people.push_back(personJson(owner));
-    return dump({{"accounts", std::move(people)}});
+    return jsonText({{"accounts", std::move(people)}});
 }
 
 std::string errorText(std::string_view message)
 {
-    return dump({{"error", message}});
+    return jsonText({{"error", message}});
 }
 
 std::expected<MarkChange, std::string> readMarkChange(std::string_view text)
@@ -162,7 +146,7 @@ std::expected<Draft, std::string> readDraft(std::string_view text)
 
 std::string userAgentText(std::string_view userAgent)
 {
-    return dump({{"user_agent", userAgent}});
+    return jsonText({{"user_agent", userAgent}});
 }
 
 std::expected<InjectState, std::string> readInjectState(std::string_view text)

@@ -1,5 +1,7 @@
 #include "Service.h"
 
+#include "Calendar.h"
+#include "CalendarJson.h"
 #include "Mailbox.h"
 #include "MailboxJson.h"
 #include "PageFiles.h"
@@ -107,7 +109,7 @@ Response redirect(const Request& request, std::string address)
 {
     // The query reaches the page at the end of the chain.
     if (!request.query.empty())
-        address.append("?").append(request.query);
+        address.append(address.contains('?') ? "&" : "?").append(request.query);
     return {
         .status = SOUP_STATUS_FOUND, .type = {}, .body = {}, .headers = {{"Location", std::move(address)}}};
 }
@@ -265,12 +267,18 @@ struct Service::Native {
         }
     };
 
-    static const std::array<Route, 20> routes;
+    static const std::array<Route, 25> routes;
+
+    // What there is of one who can sign in.
+    struct Reader {
+        Mailbox mailbox;
+        Calendar calendar;
+    };
 
     const bool signIn;
     PageFiles pages;
     Sessions sessions;
-    std::vector<Mailbox> mailboxes;
+    std::vector<Reader> readers;
     InjectState inject = InjectState::current;
     ObjectPointer<SoupServer> server;
     std::uint16_t port = 0;
@@ -283,8 +291,9 @@ struct Service::Native {
         , sessions(options.sessions)
     {
         const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+        const auto today = std::chrono::floor<std::chrono::days>(now);
         for (std::size_t owner = 0; owner < Mailbox::sampleOwners().size(); ++owner)
-            mailboxes.push_back(Mailbox::sample(now, owner));
+            readers.push_back({Mailbox::sample(now, owner), Calendar::sample(today, owner)});
     }
 
     ~Native()
@@ -304,9 +313,9 @@ struct Service::Native {
 
     Response toStart(const Request& request) { return redirect(request, "/start"); }
     Response toInbox(const Request& request) { return redirect(request, "/inbox/"); }
-    Response toSignIn(const Request& request) { return redirect(request, "/sign-in/"); }
+    Response toFolder(const Request& request) { return redirect(request, std::string(request.path) + "/"); }
     Response page(const Request& request);
-    Response inboxPage(const Request& request);
+    Response readersPage(const Request& request);
     Response listAccounts(const Request& request);
     Response tellUserAgent(const Request& request);
     Response injectScript(const Request& request);
@@ -315,32 +324,46 @@ struct Service::Native {
     Response endSession(const Request& request);
     Response turnSession(const Request& request);
 
-    // What a reader asks for, of the mailbox of whoever is signed in.
-    using MailHandler = Response (*)(Mailbox&, const Request&);
-    template <MailHandler handler> Response mail(const Request& request)
+    // What is asked for by whoever is signed in, of what is theirs.
+    using ReaderHandler = Response (*)(Reader&, const Request&);
+    template <ReaderHandler handler> Response of(const Request& request)
     {
         const auto reader = signIn ? sessions.account(request.cookies()) : 0;
-        return reader ? handler(mailboxes.at(*reader), request)
+        return reader ? handler(readers.at(*reader), request)
                       : failure(SOUP_STATUS_UNAUTHORIZED, "Nobody is signed in.");
+    }
+    using MailHandler = Response (*)(Mailbox&, const Request&);
+    template <MailHandler handler> static Response inMailbox(Reader& reader, const Request& request)
+    {
+        return handler(reader.mailbox, request);
+    }
+    template <MailHandler handler> Response mail(const Request& request)
+    {
+        return of<&inMailbox<handler>>(request);
     }
     static Response listConversations(Mailbox& mailbox, const Request& request);
     static Response showConversation(Mailbox& mailbox, const Request& request);
     static Response changeConversation(Mailbox& mailbox, const Request& request);
     static Response beginConversation(Mailbox& mailbox, const Request& request);
     static Response tellNews(Mailbox& mailbox, const Request& request);
+    static Response listEvents(Reader& reader, const Request& request);
 };
 
 // The whole of what the service answers. HEAD goes where GET goes; the first route that fits is taken.
-constinit const std::array<Service::Native::Route, 20> Service::Native::routes{
+constinit const std::array<Service::Native::Route, 25> Service::Native::routes{
     Route{"GET", "/", Reach::exact, &Native::toStart},
     Route{"GET", "/start", Reach::exact, &Native::toInbox},
-    Route{"GET", "/inbox", Reach::exact, &Native::toInbox},
-    Route{"GET", "/inbox/", Reach::exact, &Native::inboxPage},
+    Route{"GET", "/inbox", Reach::exact, &Native::toFolder},
+    Route{"GET", "/inbox/", Reach::exact, &Native::readersPage},
     Route{"GET", "/inbox/", Reach::below, &Native::page},
-    Route{"GET", "/sign-in", Reach::exact, &Native::toSignIn},
+    Route{"GET", "/calendar", Reach::exact, &Native::toFolder},
+    Route{"GET", "/calendar/", Reach::exact, &Native::readersPage},
+    Route{"GET", "/calendar/", Reach::below, &Native::page},
+    Route{"GET", "/sign-in", Reach::exact, &Native::toFolder},
     Route{"GET", "/sign-in/", Reach::below, &Native::page},
+    Route{"GET", "/shared/", Reach::below, &Native::page},
     Route{"GET", "/avatars/", Reach::below, &Native::page},
-    Route{"GET", "/inject/inbox.js", Reach::exact, &Native::injectScript},
+    Route{"GET", "/inject/", Reach::below, &Native::injectScript},
     Route{"GET", "/user_agent/v1/latest", Reach::exact, &Native::tellUserAgent},
     Route{"POST", "/api/inject", Reach::exact, &Native::changeInject},
     Route{"GET", "/api/accounts", Reach::exact, &Native::listAccounts},
@@ -348,6 +371,7 @@ constinit const std::array<Service::Native::Route, 20> Service::Native::routes{
     Route{"POST", "/api/sign-out", Reach::exact, &Native::endSession},
     Route{"POST", "/api/turn", Reach::exact, &Native::turnSession},
     Route{"GET", "/api/news", Reach::exact, &Native::mail<&tellNews>},
+    Route{"GET", "/api/events", Reach::exact, &Native::of<&listEvents>},
     Route{"GET", "/api/conversations", Reach::exact, &Native::mail<&listConversations>},
     Route{"POST", "/api/conversations", Reach::exact, &Native::mail<&beginConversation>},
     Route{"GET", "/api/conversations/", Reach::below, &Native::mail<&showConversation>},
@@ -476,9 +500,12 @@ Response Service::Native::page(const Request& request)
     return {.type = std::string(file->type), .body = std::move(file->bytes), .headers = {}};
 }
 
-Response Service::Native::inboxPage(const Request& request)
+Response Service::Native::readersPage(const Request& request)
 {
-    return !signIn || sessions.account(request.cookies()) ? page(request) : toSignIn(request);
+    if (!signIn || sessions.account(request.cookies()))
+        return page(request);
+    // Whoever signs in comes back to the page: "/inbox/" is "inbox".
+    return redirect(request, "/sign-in/?to=" + std::string(request.path.substr(1, request.path.size() - 2)));
 }
 
 Response Service::Native::listAccounts(const Request&)
@@ -555,6 +582,13 @@ Response Service::Native::turnSession(const Request& request)
 Response Service::Native::tellNews(Mailbox& mailbox, const Request&)
 {
     return json(newsText(mailbox));
+}
+
+Response Service::Native::listEvents(Reader& reader, const Request& request)
+{
+    const auto days = readDayRange(request.query);
+    return days ? json(eventsText(reader.mailbox.owner(), reader.calendar.events(days->from, days->to)))
+                : failure(SOUP_STATUS_BAD_REQUEST, days.error());
 }
 
 Response Service::Native::listConversations(Mailbox& mailbox, const Request&)

@@ -45,6 +45,9 @@ public:
     /// Stores the cookies of the account that is shown; before the application ends. `completion` is always called.
     void keep(std::function<void()> completion);
 
+    /// Whether another account is on its way; what the page that is being left says no longer counts.
+    [[nodiscard]] bool isUnderWay() const { return wanted.has_value(); }
+
     /// Empty while nobody is.
     [[nodiscard]] const std::string& account() const { return current; }
 

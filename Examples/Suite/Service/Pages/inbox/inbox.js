@@ -1,7 +1,8 @@
 'use strict';
 
 (() => {
-    const toneCount = 8;
+    const { element, hears, post, report, fetchJson, make, makeIcon, tone, toneInTurn, initials, plural } = window.LumoSuite;
+    const days = window.LumoDays;
     const toastMilliseconds = 6000;
     const dayMilliseconds = 24 * 60 * 60 * 1000;
     const folders = [
@@ -9,8 +10,6 @@
         { view: 'starred', title: 'Starred', icon: 'star' },
         { view: 'done', title: 'Done', icon: 'done' },
     ];
-
-    const element = (id) => document.getElementById(id);
 
     // What is shown. `open` is in the reader; `cursor` is where the keyboard stands in the list, which outlives the
     // open conversation, so that a conversation that is done leaves the reader at the right place.
@@ -30,32 +29,7 @@
         composing: false,
     };
 
-    // ---------------------------------------------------------------------------------------------- native host
-
-    // In a plain web browser there is no host, and nothing is missing without one.
-    function post(name, body) {
-        window.webkit?.messageHandlers?.[name]?.postMessage(body);
-    }
-
-    function report(message, source = '', line = 0) {
-        post('pageError', { message: String(message), source: String(source), line: Number(line) || 0 });
-    }
-
-    window.addEventListener('error', (event) => report(event.message, event.filename, event.lineno));
-    window.addEventListener('unhandledrejection', (event) => {
-        report(event.reason?.message ?? event.reason, location.href);
-    });
-
     // --------------------------------------------------------------------------------------------------- server
-
-    async function fetchJson(path, options = {}) {
-        const response = await fetch(path, { ...options, headers: { Accept: 'application/json', ...options.headers } });
-        if (response.status === 401)
-            location.replace('/sign-in/' + location.search);
-        if (!response.ok)
-            throw new Error(`${options.method ?? 'GET'} ${path} answered ${response.status}`);
-        return response.json();
-    }
 
     const conversationPath = (id) => `/api/conversations/${encodeURIComponent(id)}`;
 
@@ -360,39 +334,6 @@
 
     // ------------------------------------------------------------------------------------------------- building
 
-    // Text from the server only ever becomes a text node.
-    function make(tag, className, text) {
-        const made = document.createElement(tag);
-        if (className)
-            made.className = className;
-        if (text !== undefined)
-            made.textContent = text;
-        return made;
-    }
-
-    function makeIcon(name, className = 'icon') {
-        const icon = document.createElementNS('http://www.w3.org/2000/svg', 'svg');
-        const use = document.createElementNS('http://www.w3.org/2000/svg', 'use');
-        icon.setAttribute('class', className);
-        icon.setAttribute('aria-hidden', 'true');
-        use.setAttribute('href', `#icon-${name}`);
-        icon.append(use);
-        return icon;
-    }
-
-    function tone(text) {
-        let sum = 11;
-        for (const letter of text)
-            sum = (sum * 31 + letter.codePointAt(0)) % 1000003;
-        return `tone-${sum % toneCount}`;
-    }
-
-    function initials(name) {
-        const words = name.split(/[\s-]+/).filter(Boolean).filter((word) => !/^the$/i.test(word));
-        const letters = [words[0], words.length > 1 ? words.at(-1) : ''].map((word) => [...(word ?? '')][0] ?? '');
-        return letters.join('').toUpperCase();
-    }
-
     const isOwner = (person) => person.address === state.owner.address;
     const avatarClass = (person) => (isOwner(person) ? 'avatar own' : `avatar ${tone(person.address)}`);
 
@@ -410,6 +351,8 @@
         full: dateFormat({ weekday: 'short', day: 'numeric', month: 'short', hour: '2-digit', minute: '2-digit',
             hourCycle: 'h23' }),
     };
+
+    const dayTitle = days.format({ weekday: 'long', day: 'numeric', month: 'long' });
 
     function daysAgo(date) {
         const midnight = (time) => new Date(time.getFullYear(), time.getMonth(), time.getDate()).getTime();
@@ -439,8 +382,6 @@
             return 'Yesterday';
         return days < 7 ? 'Last seven days' : 'Earlier';
     }
-
-    const plural = (count, one, many) => `${count} ${count === 1 ? one : many}`;
 
     // ------------------------------------------------------------------------------------------------ rendering
 
@@ -480,19 +421,7 @@
             document.querySelector(`[data-view="${CSS.escape(focused)}"]`)?.focus();
     }
 
-    // Labels take their tones in turn, so that no two of the first eight look alike.
-    function labelTone(label) {
-        const labels = allLabels();
-        return `tone-${Math.max(labels.indexOf(label), 0) % toneCount}`;
-    }
-
-    function renderOwner() {
-        const avatar = element('owner-avatar');
-        avatar.className = avatarClass(state.owner);
-        avatar.textContent = initials(state.owner.name);
-        element('owner-name').textContent = state.owner.name;
-        element('owner-address').textContent = state.owner.address;
-    }
+    const labelTone = (label) => toneInTurn(label, allLabels());
 
     function makeRow(conversation) {
         const row = make('div', 'row');
@@ -599,13 +528,31 @@
         element('list-empty-text').textContent = text;
     }
 
+    // The text of a message, in which days lead to the calendar: that of a host, or the page of the service.
+    function makeText(message) {
+        const text = make('div', 'message-text');
+        const sent = message.sentAt;
+        for (const piece of days.mentions(message.text, days.dayOf(sent.getFullYear(), sent.getMonth(), sent.getDate()))) {
+            if (piece.day === null) {
+                text.append(piece.text);
+                continue;
+            }
+            const link = make('a', 'day', piece.text);
+            link.href = `/calendar/?date=${days.text(piece.day)}`;
+            link.title = `${dayTitle(piece.day)}, in the calendar`;
+            link.dataset.day = days.text(piece.day);
+            text.append(link);
+        }
+        return text;
+    }
+
     function makeMessage(message, expanded) {
         const article = make('article', 'message');
         const own = isOwner(message.from);
         const head = make('button', 'message-head');
         const names = make('span');
         const sub = make('span', 'message-sub');
-        const body = make('div', 'message-text', message.text);
+        const body = makeText(message);
         const setExpanded = (value) => {
             head.setAttribute('aria-expanded', String(value));
             body.hidden = !value;
@@ -691,7 +638,7 @@
 
     function renderAll() {
         renderFolders();
-        renderOwner();
+        window.LumoSuite.renderOwner(state.owner);
         renderList();
         renderReader();
         renderCompose();
@@ -818,6 +765,14 @@
             openConversation(conversation);
     }
 
+    function dayClick(event) {
+        const day = event.target.closest('a.day')?.dataset.day;
+        if (!day || !hears('dayChosen'))
+            return;
+        event.preventDefault();
+        post('dayChosen', day);
+    }
+
     function connect() {
         const onClick = (id, action) => element(id).addEventListener('click', action);
         document.addEventListener('keydown', pageKey);
@@ -846,6 +801,7 @@
         onClick('discard-button', discardDraft);
         onClick('leave-button', leaveDraft);
         onClick('list', listClick);
+        onClick('messages', dayClick);
         onClick('retry', loadList);
         onClick('done-button', withCurrent(toggleDone));
         onClick('star-button', withCurrent(toggleStar));
@@ -922,20 +878,9 @@
     });
 
     function start() {
-        const parameters = new URLSearchParams(location.search);
-        // A host that draws its window buttons over the page says how much room they need.
-        const titleBar = Number(parameters.get('titlebar'));
-        if (titleBar > 0 && titleBar <= 120)
-            document.documentElement.style.setProperty('--title-bar-height', `${titleBar}px`);
-        if (parameters.get('raise') === 'error') {
-            setTimeout(() => {
-                throw new Error('This error was asked for.');
-            }, 0);
-        }
         connect();
         loadList();
-        const lanes = Number(parameters.get('lanes'));
-        window.LumoBackground.start(lanes > 1 && lanes <= 6 ? Math.floor(lanes) : 1);
+        window.LumoSuite.obeyAddress();
     }
 
     start();

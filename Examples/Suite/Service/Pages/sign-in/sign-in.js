@@ -7,6 +7,15 @@
         window.webkit?.messageHandlers?.[name]?.postMessage(body);
     }
 
+    // Back to the page that asked for it, with all that its address says.
+    function goOn() {
+        const pages = ['inbox', 'calendar'];
+        const parameters = new URLSearchParams(location.search);
+        const to = pages.includes(parameters.get('to')) ? parameters.get('to') : 'inbox';
+        parameters.delete('to');
+        location.replace(`/${to}/${parameters.size ? `?${parameters}` : ''}`);
+    }
+
     async function listAccounts() {
         const answer = await (await fetch('/api/accounts')).json();
         for (const { name, address } of answer.accounts)
@@ -23,7 +32,7 @@
             body: JSON.stringify({ address: element('address').value, password: element('password').value }),
         });
         if (response.ok)
-            return location.replace('/inbox/' + location.search);
+            return goOn();
         element('submit').disabled = false;
         element('problem').textContent = response.status === 403
             ? 'The password is not right.' : 'The service could not sign you in.';

@@ -11,7 +11,7 @@
     async function ask(path, options) {
         const response = await fetch(path, options);
         if (response.status === 401)
-            location.replace('/sign-in/' + location.search);
+            window.LumoSuite.signIn();
         if (!response.ok)
             throw new Error(`${path} answered ${response.status}`);
     }

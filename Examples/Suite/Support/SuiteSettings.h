@@ -15,7 +15,8 @@ template <> struct LumoKit::Storable<LumoKit::CGSize> {
     }
 };
 
-namespace LumoSuite::InboxSettings {
+/// What each application of the suite keeps for itself.
+namespace LumoSuite::SuiteSettings {
 
 using LumoKit::SettingsKeys::KeyWithDefaultValue;
 
@@ -29,4 +30,4 @@ inline const auto account = KeyWithDefaultValue<std::string>::create("account", 
 /// How large the window's content was when it was last seen.
 inline const auto windowSize = KeyWithDefaultValue<LumoKit::CGSize>::create("windowSize", {1180, 760});
 
-} // namespace LumoSuite::InboxSettings
+} // namespace LumoSuite::SuiteSettings
