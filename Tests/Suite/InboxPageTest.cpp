@@ -1,8 +1,11 @@
 // The inbox's page on the suite's real service, in the kit's web view: what the application relies on.
 
 #include "Service.h"
+#include "Support/TemporaryFolder.h"
 #include "Support/WebPage.h"
 
+#include <LumoKit/Platform/Dispatch/DispatchQueue.h>
+#include <LumoKit/Platform/Foundation/URLSession.h>
 #include <LumoKit/WebView/ProxyWebView.h>
 #include <LumoKit/WebView/WebViewJavascriptExecutor.h>
 
@@ -26,7 +29,7 @@ protected:
         ASSERT_TRUE(started) << started.error();
         service = std::move(*started);
         for (const char* name : {"inboxReady", "unreadCount", "conversationOpened", "conversationDone",
-                 "composeOpened", "mailSent", "shown", "pageError"})
+                 "composeOpened", "mailSent", "attached", "dayChosen", "shown", "pageError"})
             configuration->userContentController()->add(messages, name);
         view = ProxyWebView::create(configuration);
         view->navigationHandler = [this](NavigationType type, const URL& url) {
@@ -161,6 +164,207 @@ TEST_F(InboxPage, SendsNothingThatIsNoMail)
             + body + "'}).then(r => webkit.messageHandlers.shown.postMessage(r.status)); undefined");
         EXPECT_EQ(awaited("shown", asked++), Value(400)) << body;
     }
+}
+
+TEST_F(InboxPage, ADayThatAMessageMentionsIsToldToTheHost)
+{
+    load("/inbox/");
+    ASSERT_TRUE(awaited("inboxReady"));
+    WebViewJavascriptExecutor executor(view);
+    executor.execute(
+        "LumoInbox.compose({to: ['ada@example.com'], subject: 'Days', body: 'On 2024-02-29 <b>or "
+        "on 2024-02-30</b>, not on 1 April 2025'}); "
+        "document.getElementById('compose').requestSubmit()");
+    ASSERT_TRUE(awaited("mailSent"));
+    executor.execute("LumoInbox.open('sent-19')");
+    ASSERT_TRUE(awaited("conversationOpened"));
+    const char* show = "webkit.messageHandlers.shown.postMessage([...document.querySelectorAll('.message a')]"
+                       ".map(link => link.textContent + ' ' + link.getAttribute('href')).concat("
+                       "document.querySelector('.message-text')?.textContent ?? '')); undefined";
+    Value shown;
+    std::size_t asked = 0;
+    ASSERT_TRUE(waitUntil([&] { // the message is on its way
+        executor.execute(show);
+        shown = awaited("shown", asked++).value_or(Value());
+        return shown[1].asText() != nullptr;
+    }));
+    EXPECT_EQ(shown,
+        Value(Value::Array{"2024-02-29 /calendar/?date=2024-02-29", "1 April 2025 /calendar/?date=2025-04-01",
+            "On 2024-02-29 <b>or on 2024-02-30</b>, not on 1 April 2025"}));
+    executor.execute("document.querySelectorAll('.message a')[1].click()");
+    EXPECT_EQ(awaited("dayChosen"), Value("2025-04-01"));
+    EXPECT_EQ(navigations.back().second, service->origin() + "/inbox/"); // the page stays
+}
+
+/// Answers a page that asks for files with those that a test has.
+class ChosenFiles : public WKUIDelegate {
+public:
+    void runOpenPanel(WKWebView&, const WKOpenPanelParameters& asked, OpenPanelCompletion answer) override
+    {
+        several = asked.allowsMultipleSelection;
+        answer(files);
+    }
+    std::vector<URL> files;
+    bool several = false;
+};
+
+class InboxAttachments : public InboxPage {
+protected:
+    void SetUp() override
+    {
+        InboxPage::SetUp();
+        view->setUIDelegate(chosen);
+        load("/inbox/");
+        ASSERT_TRUE(awaited("inboxReady"));
+        execute("LumoInbox.compose({to: ['ada@example.com'], subject: 'With files', body: 'Here.'})");
+        ASSERT_TRUE(awaited("composeOpened"));
+    }
+    void execute(const std::string& script)
+    {
+        WebViewJavascriptExecutor(view).execute("{ " + script + " } undefined");
+    }
+    void attach(const std::string& name, const std::string& bytes)
+    {
+        LumoKit::Test::writeInPlace(folder / name, bytes);
+        chosen->files.push_back(URL::fileURL((folder / name).string()));
+    }
+    /// The names, sizes and states of what the message shows, as one text each.
+    Value shownFiles()
+    {
+        execute(
+            "webkit.messageHandlers.shown.postMessage([...document.querySelectorAll('.files:not([hidden]) "
+            ".file')].map(file => file.querySelector('.file-name').textContent + ' ' + "
+            "file.querySelector('.file-size').textContent + (file.matches('.waiting') ? ' waiting' : '')))");
+        return awaited("shown", asked++).value_or(Value());
+    }
+    /// What the service has of a file.
+    std::optional<std::string> kept(const std::string& id)
+    {
+        std::optional<std::optional<std::string>> answer;
+        URLSession::shared()
+            ->dataTask(*URL::parse(service->origin() + "/api/attachments/" + id),
+                [&](std::optional<Data> data, auto response, auto) {
+                    const auto http = std::dynamic_pointer_cast<const HTTPURLResponse>(response);
+                    std::optional<std::string> bytes;
+                    if (data && http && http->statusCode() == 200)
+                        bytes.emplace(reinterpret_cast<const char*>(data->data()), data->size());
+                    DispatchQueue::main()->async([&answer, bytes] { answer = bytes; });
+                })
+            ->resume();
+        static_cast<void>(waitUntil([&] { return answer.has_value(); }));
+        return answer.value_or(std::nullopt);
+    }
+    /// The status of a request that the page makes.
+    Value status(const std::string& path, const std::string& options)
+    {
+        execute("fetch('" + path + "', " + options
+            + ").then(r => webkit.messageHandlers.shown.postMessage(r.status))");
+        return awaited("shown", asked++).value_or(Value());
+    }
+
+    LumoKit::Test::TemporaryFolder folder;
+    std::shared_ptr<ChosenFiles> chosen = std::make_shared<ChosenFiles>();
+    std::size_t asked = 0;
+};
+
+TEST_F(InboxAttachments, ReachTheServiceByteForByte)
+{
+    std::string every; // every byte, and more than a small message may have
+    for (int index = 0; index < 300'000; ++index)
+        every += static_cast<char>(index * 7 + index / 256);
+    attach("a.bin", every);
+    attach("empty", "");
+    attach("ü & 50 % #1?=+.txt", std::string("\0\r\n\xff", 4));
+    execute("document.getElementById('attach-button').click()");
+    for (std::size_t number = 0; number < 3; ++number)
+        ASSERT_TRUE(awaited("attached", number));
+    EXPECT_TRUE(chosen->several);
+    EXPECT_EQ(
+        shownFiles(), Value(Value::Array{"a.bin 300 kB", "empty 0 bytes", "ü & 50 % #1?=+.txt 4 bytes"}));
+    EXPECT_EQ(kept("a1"), every);
+    EXPECT_EQ(kept("a2"), "");
+    EXPECT_EQ(kept("a3"), std::string("\0\r\n\xff", 4));
+    EXPECT_EQ(kept("a4"), std::nullopt);
+
+    execute("document.querySelectorAll('.file-remove')[1].click()");
+    EXPECT_EQ(shownFiles(), Value(Value::Array{"a.bin 300 kB", "ü & 50 % #1?=+.txt 4 bytes"}));
+    EXPECT_TRUE(waitUntil([&] { return !kept("a2"); }));
+
+    // The message that is sent has them.
+    execute("document.getElementById('compose').requestSubmit()");
+    ASSERT_TRUE(awaited("mailSent"));
+    execute("LumoInbox.open('sent-19')");
+    ASSERT_TRUE(awaited("conversationOpened"));
+    EXPECT_TRUE(waitUntil(
+        [&] { return shownFiles() == Value(Value::Array{"a.bin 300 kB", "ü & 50 % #1?=+.txt 4 bytes"}); }));
+    EXPECT_EQ(kept("a1"), every);
+    EXPECT_FALSE(std::ranges::any_of(
+        messages->messages, [](const auto& message) { return message.name == "pageError"; }));
+}
+
+TEST_F(InboxAttachments, AFileThatIsTooLargeIsRefusedAndTheOthersAreNot)
+{
+    attach("large", std::string((16UL << 20) + 1, 'x'));
+    attach("largest", std::string(16UL << 20, 'y'));
+    execute("document.getElementById('attach-button').click()");
+    EXPECT_EQ(awaited("attached"), Value("largest"));
+    EXPECT_TRUE(awaited("pageError"));
+    EXPECT_EQ(shownFiles(), Value(Value::Array{"largest 17 MB"}));
+    execute(
+        "webkit.messageHandlers.shown.postMessage(document.getElementById('compose-problem').textContent)");
+    EXPECT_EQ(awaited("shown", asked++), Value("“large” could not be attached."));
+    EXPECT_EQ(kept("a1"), std::string(16UL << 20, 'y'));
+}
+
+TEST_F(InboxAttachments, ThereIsRoomForSomeOnly)
+{
+    attach("most", std::string(16UL << 20, 'y'));
+    for (std::size_t number = 0; number < 4; ++number) {
+        execute("document.getElementById('attach-button').click()");
+        ASSERT_TRUE(awaited("attached", number));
+    }
+    chosen->files.clear();
+    attach("more", "x");
+    execute("document.getElementById('attach-button').click()");
+    EXPECT_TRUE(awaited("pageError"));
+    execute("document.querySelector('.file-remove').click()"); // which makes room
+    EXPECT_TRUE(waitUntil([&] { return !kept("a1"); }));
+    execute("document.getElementById('attach-button').click()");
+    EXPECT_EQ(awaited("attached", 4), Value("more"));
+    EXPECT_EQ(kept("a5"), "x");
+}
+
+TEST_F(InboxAttachments, OnlyBytesWithANameAreTaken)
+{
+    const std::string bytes =
+        "{method: 'POST', body: 'x', headers: {'Content-Type': 'application/octet-stream'}}";
+    EXPECT_EQ(status("/api/attachments?name=a", bytes), Value(200));
+    for (const char* name :
+        {"", "a%00b", "a%0Ab", "..%2F..%2Fetc%2Fpasswd", "a%5Cb", "%FF", "%", "%4", "%zz", "%7F"})
+        EXPECT_EQ(status(std::string("/api/attachments?name=") + name, bytes), Value(400)) << name;
+    EXPECT_EQ(status("/api/attachments?name=" + std::string(256, 'a'), bytes), Value(400));
+    EXPECT_EQ(status("/api/attachments", bytes), Value(400));
+    EXPECT_EQ(status("/api/attachments?other=a", bytes), Value(400));
+    // What a form of a foreign page can send is not taken.
+    for (const char* type : {"text/plain", "multipart/form-data; boundary=x",
+             "application/x-www-form-urlencoded", "application/json"})
+        EXPECT_EQ(status("/api/attachments?name=a",
+                      std::string("{method: 'POST', body: 'x', headers: {'Content-Type': '") + type + "'}}"),
+            Value(415))
+            << type;
+    EXPECT_EQ(status("/api/attachments/a9", "{}"), Value(404));
+    EXPECT_EQ(
+        status("/api/attachments/a9", "{method: 'DELETE', headers: {'Content-Type': 'application/json'}}"),
+        Value(404));
+    EXPECT_EQ(status("/api/attachments/a1", "{method: 'DELETE'}"), Value(415));
+    // A message names files that there are.
+    for (const char* files : {"['a9']", "'a1'", "[1]", "['']", "null", "{}", "Array(51).fill('a1')"})
+        EXPECT_EQ(status("/api/conversations",
+                      std::string("{method: 'POST', headers: {'Content-Type': 'application/json'}, body: "
+                                  "JSON.stringify({to: ['a'], subject: '', text: '', attachments: ")
+                          + files + "})}"),
+            Value(400))
+            << files;
 }
 
 TEST_F(InboxPage, GivesNoFileFromOutsideItsFolder)

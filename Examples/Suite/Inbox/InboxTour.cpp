@@ -16,6 +16,18 @@ constexpr const char* mailLink =
     "20it%20on"
     "%20Friday%2C%20after%20lunch%3F%0A%0ARobin";
 
+/// Puts a file into the page's input, as the open panel does.
+constexpr const char* attachFile = R"(
+    {
+        const chosen = new DataTransfer();
+        chosen.items.add(new File([new Uint8Array(184320)], 'Harbour map, proof 2.pdf'));
+        const input = document.getElementById('compose-file');
+        input.files = chosen.files;
+        input.dispatchEvent(new Event('change'));
+    }
+    undefined
+)";
+
 } // namespace
 
 std::vector<Tour::Step> inboxTour(const std::weak_ptr<InboxApplication>& inbox, const TourSteps& steps)
@@ -32,6 +44,7 @@ std::vector<Tour::Step> inboxTour(const std::weak_ptr<InboxApplication>& inbox, 
         steps.savePicture(),
         {"a mail link, opened elsewhere, begins a mail", TourSteps::openLink(mailLink),
             "mail begun: The harbour map is printed"},
+        {"a file is attached", steps.run(attachFile), "file attached: "},
         steps.awaitPainting(),
         steps.savePicture("-mail"),
         {"it is sent", steps.run("document.getElementById('compose').requestSubmit()"), "mail sent: "},

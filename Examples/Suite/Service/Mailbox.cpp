@@ -330,6 +330,7 @@ Conversation conversation(
             .to = own ? correspondent : owner,
             .sentAt = now - message.age,
             .text = message.text,
+            .attachments = {},
         });
     }
     return made;
@@ -382,7 +383,8 @@ const Conversation* Mailbox::change(std::string_view id, const MarkChange& marks
     return std::to_address(found);
 }
 
-const Conversation* Mailbox::begin(const Draft& draft, std::chrono::sys_seconds now)
+const Conversation* Mailbox::begin(
+    const Draft& draft, std::vector<AttachedFile> attachments, std::chrono::sys_seconds now)
 {
     constexpr std::size_t mostConversations = 500;
     if (held.size() >= mostConversations)
@@ -395,7 +397,7 @@ const Conversation* Mailbox::begin(const Draft& draft, std::chrono::sys_seconds 
     conversation.subject = draft.subject.empty() ? "(no subject)" : draft.subject;
     conversation.correspondent = to;
     conversation.done = true;
-    conversation.messages.push_back({reader, to, now, draft.text});
+    conversation.messages.push_back({reader, to, now, draft.text, std::move(attachments)});
     return std::to_address(held.insert(held.begin(), std::move(conversation)));
 }
 

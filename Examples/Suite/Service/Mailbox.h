@@ -18,12 +18,22 @@ struct Person {
     bool operator==(const Person&) const = default;
 };
 
+/// What a message says of a file that is attached to it.
+struct AttachedFile {
+    std::string id;
+    std::string name;
+    std::size_t size = 0; // bytes
+
+    bool operator==(const AttachedFile&) const = default;
+};
+
 /// One message of a conversation.
 struct Message {
     Person from;
     Person to;
     std::chrono::sys_seconds sentAt;
     std::string text;
+    std::vector<AttachedFile> attachments;
 
     bool operator==(const Message&) const = default;
 };
@@ -60,6 +70,8 @@ struct Draft {
     std::vector<std::string> to;
     std::string subject;
     std::string text;
+    // Identifiers of files that were attached before.
+    std::vector<std::string> attachments;
 
     bool operator==(const Draft&) const = default;
 };
@@ -95,7 +107,8 @@ public:
     ///
     /// Errors: null when there are too many.
     /// Lifetime: valid until the next one.
-    const Conversation* begin(const Draft& draft, std::chrono::sys_seconds now);
+    const Conversation* begin(
+        const Draft& draft, std::vector<AttachedFile> attachments, std::chrono::sys_seconds now);
 
 private:
     Person reader;

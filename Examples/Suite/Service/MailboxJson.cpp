@@ -37,6 +37,11 @@ std::string snippet(std::string text)
     return text;
 }
 
+Json attachedJson(const AttachedFile& file)
+{
+    return {{"id", file.id}, {"name", file.name}, {"size", file.size}};
+}
+
 Json summaryJson(const Conversation& conversation)
 {
     const Message& last = conversation.messages.back();
@@ -68,11 +73,15 @@ std::string recordText(const Conversation& conversation)
 {
     Json messages = Json::array();
     for (const Message& message : conversation.messages) {
+        Json attachments = Json::array();
+        for (const AttachedFile& file : message.attachments)
+            attachments.push_back(attachedJson(file));
         messages.push_back({
             {"from", personJson(message.from)},
             {"to", personJson(message.to)},
             {"sentAt", timeText(message.sentAt)},
             {"text", message.text},
+            {"attachments", std::move(attachments)},
         });
     }
     Json record = summaryJson(conversation);
@@ -126,22 +135,33 @@ std::expected<MarkChange, std::string> readMarkChange(std::string_view text)
 std::expected<Draft, std::string> readDraft(std::string_view text)
 {
     constexpr std::size_t mostRecipients = 100;
+    constexpr std::size_t mostAttachments = 50;
     const Json body = Json::parse(text, nullptr, false);
     if (body.is_discarded())
         return std::unexpected("The body is not JSON.");
-    if (!body.is_object() || body.size() != 3 || !body.contains("to") || !body.contains("subject")
-        || !body.contains("text"))
+    const bool attaches = body.is_object() && body.contains("attachments");
+    if (!body.is_object() || body.size() != (attaches ? 4 : 3) || !body.contains("to")
+        || !body.contains("subject") || !body.contains("text"))
         return std::unexpected("The body has to be an object with \"to\", \"subject\" and \"text\".");
-    const Json& to = body["to"];
-    const auto isAddress = [](const Json& entry) {
-        return entry.is_string() && !entry.get_ref<const std::string&>().empty();
+    const auto isListOfTexts = [](const Json& list, std::size_t most) {
+        return list.is_array() && list.size() <= most && std::ranges::all_of(list, [](const Json& entry) {
+            return entry.is_string() && !entry.get_ref<const std::string&>().empty();
+        });
     };
-    if (!to.is_array() || to.empty() || to.size() > mostRecipients || !std::ranges::all_of(to, isAddress))
+    if (!isListOfTexts(body["to"], mostRecipients) || body["to"].empty())
         return std::unexpected("The field \"to\" has to be a list of addresses.");
     if (!body["subject"].is_string() || !body["text"].is_string())
         return std::unexpected("The fields \"subject\" and \"text\" have to be texts.");
-    return Draft{to.get<std::vector<std::string>>(), body["subject"].get<std::string>(),
-        body["text"].get<std::string>()};
+    if (attaches && !isListOfTexts(body["attachments"], mostAttachments))
+        return std::unexpected("The field \"attachments\" has to be a list of identifiers.");
+    return Draft{body["to"].get<std::vector<std::string>>(), body["subject"].get<std::string>(),
+        body["text"].get<std::string>(),
+        attaches ? body["attachments"].get<std::vector<std::string>>() : std::vector<std::string>()};
+}
+
+std::string attachedText(const AttachedFile& file)
+{
+    return jsonText(attachedJson(file));
 }
 
 std::string userAgentText(std::string_view userAgent)

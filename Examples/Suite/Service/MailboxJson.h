@@ -32,10 +32,13 @@ std::string errorText(std::string_view message);
 std::expected<MarkChange, std::string> readMarkChange(std::string_view text);
 
 /// Reads a message to send: an object with "to", a list of one to a hundred texts that are not empty, and the texts
-/// "subject" and "text", and no other field.
+/// "subject" and "text", maybe "attachments", a list of at most fifty texts, and no other field.
 ///
 /// Errors: a sentence that says what is wrong with the text.
 std::expected<Draft, std::string> readDraft(std::string_view text);
+
+/// What is said of a file that was attached.
+std::string attachedText(const AttachedFile& file);
 
 /// The recommended user agent, in the form of the suite's account service.
 std::string userAgentText(std::string_view userAgent);

@@ -1,5 +1,6 @@
 #include "Service.h"
 
+#include "Attachments.h"
 #include "Calendar.h"
 #include "CalendarJson.h"
 #include "Mailbox.h"
@@ -31,6 +32,9 @@ constexpr std::size_t largestDiscarded = 8 * 1024 * 1024;
 constexpr guint idleSeconds = 60;
 constexpr const char* pendingBodyKey = "lumo-pending-body";
 constexpr std::string_view jsonType = "application/json";
+// Bytes of any kind. No page of another origin can send them without asking first, just as JSON.
+constexpr std::string_view bytesType = "application/octet-stream";
+constexpr std::string_view attachmentsPath = "/api/attachments";
 
 struct UnrefObject {
     void operator()(gpointer object) const { g_object_unref(object); }
@@ -55,8 +59,9 @@ using UriListPointer = std::unique_ptr<GSList, FreeUris>;
 struct PendingBody {
     std::string bytes;
     std::size_t arrived = 0;
+    std::size_t largest = largestBody;
 
-    bool tooLarge() const { return arrived > largestBody; }
+    bool tooLarge() const { return arrived > largest; }
 };
 
 struct Request {
@@ -143,6 +148,25 @@ bool hasDotSegment(std::string_view path)
     }
 }
 
+// RFC 3986, section 2.1. Nothing where a "%" is not followed by two hexadecimal digits.
+std::optional<std::string> decoded(std::string_view raw)
+{
+    std::string text;
+    for (std::size_t index = 0; index < raw.size(); ++index) {
+        if (raw[index] != '%') {
+            text.push_back(raw[index]);
+            continue;
+        }
+        const auto high = index + 2 < raw.size() ? hexDigit(raw[index + 1]) : std::nullopt;
+        const auto low = index + 2 < raw.size() ? hexDigit(raw[index + 2]) : std::nullopt;
+        if (!high || !low)
+            return std::nullopt;
+        text.push_back(static_cast<char>(*high * 16 + *low));
+        index += 2;
+    }
+    return text;
+}
+
 // RFC 3986, section 2.1 (percent encoding) and 3.3 (path). An encoded slash or backslash, control
 // characters and dot segments have no meaning here, so a path that has them is refused before any route
 // sees it.
@@ -173,13 +197,13 @@ std::optional<std::string> decodedPath(std::string_view raw)
     return path;
 }
 
-// Whether a header names JSON, with or without parameters. Source: RFC 9110, section 8.3.1.
-bool namesJson(std::string_view contentType)
+// Whether a header names a media type, with or without parameters. Source: RFC 9110, section 8.3.1.
+bool namesType(std::string_view contentType, std::string_view wanted)
 {
     std::string_view type = contentType.substr(0, contentType.find(';'));
     while (type.ends_with(' ') || type.ends_with('\t'))
         type.remove_suffix(1);
-    return std::ranges::equal(type, jsonType, [](char sent, char expected) {
+    return std::ranges::equal(type, wanted, [](char sent, char expected) {
         return (sent >= 'A' && sent <= 'Z' ? static_cast<char>(sent + ('a' - 'A')) : sent) == expected;
     });
 }
@@ -233,7 +257,7 @@ void receiveChunk(SoupServerMessage* message, GBytes* chunk, gpointer)
         if (!body || !bytes)
             return;
         body->arrived += size;
-        if (body->arrived > largestDiscarded)
+        if (body->arrived > body->largest + largestDiscarded)
             cutOff(message);
         else if (body->tooLarge())
             body->bytes = {};
@@ -260,6 +284,8 @@ struct Service::Native {
         std::string_view path;
         Reach reach;
         Handler handler;
+        // What the body of a request has to be that changes something.
+        std::string_view takes = jsonType;
 
         bool covers(std::string_view asked) const
         {
@@ -267,12 +293,13 @@ struct Service::Native {
         }
     };
 
-    static const std::array<Route, 25> routes;
+    static const std::array<Route, 28> routes;
 
     // What there is of one who can sign in.
     struct Reader {
         Mailbox mailbox;
         Calendar calendar;
+        Attachments attachments;
     };
 
     const bool signIn;
@@ -293,7 +320,7 @@ struct Service::Native {
         const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
         const auto today = std::chrono::floor<std::chrono::days>(now);
         for (std::size_t owner = 0; owner < Mailbox::sampleOwners().size(); ++owner)
-            readers.push_back({Mailbox::sample(now, owner), Calendar::sample(today, owner)});
+            readers.push_back({Mailbox::sample(now, owner), Calendar::sample(today, owner), {}});
     }
 
     ~Native()
@@ -308,7 +335,7 @@ struct Service::Native {
 
     std::expected<void, std::string> listen(std::uint16_t wanted);
     Response answer(SoupServerMessage* message);
-    std::optional<Response> refusal(const Request& request) const;
+    std::optional<Response> refusal(const Request& request, const Route& route) const;
     Response dispatch(Request request);
 
     Response toStart(const Request& request) { return redirect(request, "/start"); }
@@ -344,13 +371,16 @@ struct Service::Native {
     static Response listConversations(Mailbox& mailbox, const Request& request);
     static Response showConversation(Mailbox& mailbox, const Request& request);
     static Response changeConversation(Mailbox& mailbox, const Request& request);
-    static Response beginConversation(Mailbox& mailbox, const Request& request);
+    static Response beginConversation(Reader& reader, const Request& request);
+    static Response attach(Reader& reader, const Request& request);
+    static Response showAttachment(Reader& reader, const Request& request);
+    static Response removeAttachment(Reader& reader, const Request& request);
     static Response tellNews(Mailbox& mailbox, const Request& request);
     static Response listEvents(Reader& reader, const Request& request);
 };
 
 // The whole of what the service answers. HEAD goes where GET goes; the first route that fits is taken.
-constinit const std::array<Service::Native::Route, 25> Service::Native::routes{
+constinit const std::array<Service::Native::Route, 28> Service::Native::routes{
     Route{"GET", "/", Reach::exact, &Native::toStart},
     Route{"GET", "/start", Reach::exact, &Native::toInbox},
     Route{"GET", "/inbox", Reach::exact, &Native::toFolder},
@@ -372,8 +402,11 @@ constinit const std::array<Service::Native::Route, 25> Service::Native::routes{
     Route{"POST", "/api/turn", Reach::exact, &Native::turnSession},
     Route{"GET", "/api/news", Reach::exact, &Native::mail<&tellNews>},
     Route{"GET", "/api/events", Reach::exact, &Native::of<&listEvents>},
+    Route{"POST", attachmentsPath, Reach::exact, &Native::of<&attach>, bytesType},
+    Route{"GET", "/api/attachments/", Reach::below, &Native::of<&showAttachment>},
+    Route{"DELETE", "/api/attachments/", Reach::below, &Native::of<&removeAttachment>},
     Route{"GET", "/api/conversations", Reach::exact, &Native::mail<&listConversations>},
-    Route{"POST", "/api/conversations", Reach::exact, &Native::mail<&beginConversation>},
+    Route{"POST", "/api/conversations", Reach::exact, &Native::of<&beginConversation>},
     Route{"GET", "/api/conversations/", Reach::below, &Native::mail<&showConversation>},
     Route{"POST", "/api/conversations/", Reach::below, &Native::mail<&changeConversation>},
 };
@@ -392,6 +425,10 @@ std::expected<void, std::string> Service::Native::listen(std::uint16_t wanted)
     auto headersArrived = +[](SoupServer*, SoupServerMessage* message, const char*, GHashTable*, gpointer) {
         guarded(message, [&] {
             auto body = std::make_unique<PendingBody>();
+            GUri* uri = soup_server_message_get_uri(message);
+            if (uri && attachmentsPath == g_uri_get_path(uri))
+                body->largest = Attachments::largest;
+            const auto largest = static_cast<goffset>(body->largest);
             g_object_set_data_full(G_OBJECT(message), pendingBodyKey, body.release(),
                 [](gpointer data) { std::default_delete<PendingBody>()(static_cast<PendingBody*>(data)); });
             soup_message_body_set_accumulate(soup_server_message_get_request_body(message), FALSE);
@@ -399,7 +436,7 @@ std::expected<void, std::string> Service::Native::listen(std::uint16_t wanted)
             // A length that is told beforehand is refused before the client is asked to go on.
             SoupMessageHeaders* headers = soup_server_message_get_request_headers(message);
             if (soup_message_headers_get_encoding(headers) == SOUP_ENCODING_CONTENT_LENGTH
-                && soup_message_headers_get_content_length(headers) > static_cast<goffset>(largestBody))
+                && soup_message_headers_get_content_length(headers) > largest)
                 send(message, bodyTooLarge());
         });
     };
@@ -454,7 +491,7 @@ Response Service::Native::answer(SoupServerMessage* message)
     });
 }
 
-std::optional<Response> Service::Native::refusal(const Request& request) const
+std::optional<Response> Service::Native::refusal(const Request& request, const Route& route) const
 {
     // A foreign name that was made to resolve to this machine would give a foreign page this origin's rights.
     if (request.header("Host") != host)
@@ -464,8 +501,9 @@ std::optional<Response> Service::Native::refusal(const Request& request) const
     // Another page can send a form here, but neither under this origin nor as JSON without asking first.
     if (auto sender = request.header("Origin"); sender && *sender != origin)
         return failure(SOUP_STATUS_FORBIDDEN, "Other origins change nothing here.");
-    if (!namesJson(request.header("Content-Type").value_or("")))
-        return failure(SOUP_STATUS_UNSUPPORTED_MEDIA_TYPE, "The body has to be application/json.");
+    if (!namesType(request.header("Content-Type").value_or(""), route.takes))
+        return failure(
+            SOUP_STATUS_UNSUPPORTED_MEDIA_TYPE, "The body has to be " + std::string(route.takes) + ".");
     return std::nullopt;
 }
 
@@ -477,7 +515,7 @@ Response Service::Native::dispatch(Request request)
         if (!route.covers(request.path))
             continue;
         if (route.method == wanted) {
-            if (auto refused = refusal(request))
+            if (auto refused = refusal(request, route))
                 return *refused;
             request.rest = request.path.substr(route.path.size());
             return (this->*route.handler)(request);
@@ -613,15 +651,50 @@ Response Service::Native::changeConversation(Mailbox& mailbox, const Request& re
     return json(recordText(*mailbox.change(request.rest, *marks)));
 }
 
-Response Service::Native::beginConversation(Mailbox& mailbox, const Request& request)
+Response Service::Native::beginConversation(Reader& reader, const Request& request)
 {
     const auto draft = readDraft(request.body);
     if (!draft)
         return failure(SOUP_STATUS_BAD_REQUEST, draft.error());
-    const Conversation* begun =
-        mailbox.begin(*draft, std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()));
+    std::vector<AttachedFile> attached;
+    for (const std::string& id : draft->attachments) {
+        const Attachment* file = reader.attachments.find(id);
+        if (!file)
+            return failure(SOUP_STATUS_BAD_REQUEST, "There is no such attachment.");
+        attached.push_back({file->id, file->name, file->bytes.size()});
+    }
+    const Conversation* begun = reader.mailbox.begin(*draft, std::move(attached),
+        std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()));
     return begun ? json(recordText(*begun))
                  : failure(SOUP_STATUS_INSUFFICIENT_STORAGE, "There are too many conversations.");
+}
+
+Response Service::Native::attach(Reader& reader, const Request& request)
+{
+    const auto name = request.query.starts_with("name=") ? decoded(request.query.substr(5)) : std::nullopt;
+    if (!name || !Attachments::isName(*name))
+        return failure(SOUP_STATUS_BAD_REQUEST, "The query needs the file's \"name\".");
+    const Attachment* file = reader.attachments.add(*name, request.body);
+    return file ? json(attachedText({file->id, file->name, file->bytes.size()}))
+                : failure(SOUP_STATUS_INSUFFICIENT_STORAGE, "There is no room for this file.");
+}
+
+Response Service::Native::showAttachment(Reader& reader, const Request& request)
+{
+    const Attachment* file = reader.attachments.find(request.rest);
+    if (!file)
+        return failure(SOUP_STATUS_NOT_FOUND, "There is no such attachment.");
+    // Whatever it is, it is no page of this origin.
+    return {.type = std::string(bytesType),
+        .body = file->bytes,
+        .headers = {{"Content-Disposition", "attachment"}}};
+}
+
+Response Service::Native::removeAttachment(Reader& reader, const Request& request)
+{
+    return reader.attachments.remove(request.rest)
+        ? Response{.status = SOUP_STATUS_NO_CONTENT, .type = {}, .body = {}, .headers = {}}
+        : failure(SOUP_STATUS_NOT_FOUND, "There is no such attachment.");
 }
 
 Service::Service(std::unique_ptr<Native> started)

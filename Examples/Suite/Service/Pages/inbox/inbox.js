@@ -25,6 +25,7 @@
         failed: false,
         reportedUnread: null,
         undo: null,
+        gone: null,
         drafts: [], // the last one is written, while `composing`; the others wait
         composing: false,
     };
@@ -80,7 +81,8 @@
         const answer = await fetchJson('/api/conversations', {
             method: 'POST',
             headers: { 'Content-Type': 'application/json' },
-            body: JSON.stringify({ to: addresses(draft.to), subject: draft.subject.trim(), text: draft.body }),
+            body: JSON.stringify({ to: addresses(draft.to), subject: draft.subject.trim(), text: draft.body,
+                attachments: (draft.files ?? []).map((file) => file.id) }),
         });
         state.conversations.unshift({ ...answer, receivedAt: new Date(answer.receivedAt) });
     }
@@ -285,7 +287,7 @@
 
     function leaveDraft() {
         // A draft without a word is none.
-        state.drafts = state.drafts.filter((draft) => fields.some((name) => draft[name].trim()));
+        state.drafts = state.drafts.filter((draft) => draft.files?.length || fields.some((name) => draft[name].trim()));
         state.composing = false;
         element('reader').focus();
         renderAll();
@@ -300,11 +302,13 @@
     function discardDraft() {
         const draft = state.drafts.at(-1);
         dropDraft(draft);
-        showToast('Message discarded', () => {
+        const comeBack = () => {
             state.drafts.push(draft);
             state.composing = true;
             renderAll();
-        });
+        };
+        // Its files are kept as long as it can come back.
+        showToast('Message discarded', comeBack, () => draft.files?.filter((file) => file.id).forEach(forget));
     }
 
     async function sendDraft() {
@@ -315,6 +319,11 @@
         if (draft.problem) {
             renderCompose();
             element('compose-to').focus();
+            return;
+        }
+        if (draft.files?.some((file) => !file.id)) {
+            draft.problem = 'A file is still on its way.';
+            renderCompose();
             return;
         }
         draft.sending = true;
@@ -330,6 +339,79 @@
         }
         draft.sending = false;
         renderCompose();
+    }
+
+    // ------------------------------------------------------------------------------------------------ attaching
+
+    // Files go to the service at once, one after another, and to the message by their identifiers.
+    async function attach(draft, files) {
+        draft.problem = '';
+        draft.files ??= [];
+        const begun = files.map((file) => ({ id: null, name: file.name, size: file.size, file }));
+        draft.files.push(...begun);
+        renderCompose();
+        for (const each of begun) {
+            const path = `/api/attachments?name=${encodeURIComponent(each.name)}`;
+            try {
+                const answer = await fetchJson(path, {
+                    method: 'POST',
+                    headers: { 'Content-Type': 'application/octet-stream' },
+                    body: each.file,
+                });
+                each.id = answer.id;
+                each.file = null;
+                if (each.removed)
+                    forget(each);
+                else
+                    post('attached', each.name);
+            } catch (error) {
+                report(error.message, path);
+                draft.files = draft.files.filter((other) => other !== each);
+                draft.problem = `“${each.name}” could not be attached.`;
+            }
+            renderCompose();
+        }
+    }
+
+    function forget(file) {
+        const path = `/api/attachments/${encodeURIComponent(file.id)}`;
+        fetch(path, { method: 'DELETE', headers: { 'Content-Type': 'application/json' } })
+            .catch((error) => report(error.message, path));
+    }
+
+    // One that is still on its way is forgotten when it has arrived.
+    function detach(draft, file) {
+        file.removed = true;
+        draft.files = draft.files.filter((other) => other !== file);
+        if (file.id)
+            forget(file);
+        renderCompose();
+    }
+
+    function fileSize(bytes) {
+        for (const [unit, size] of [['MB', 1e6], ['kB', 1e3]]) {
+            if (bytes >= size)
+                return `${(bytes / size).toFixed(bytes < 10 * size ? 1 : 0)} ${unit}`;
+        }
+        return plural(bytes, 'byte', 'bytes');
+    }
+
+    function makeFile(file) {
+        const item = make('li', 'file');
+        item.append(makeIcon('clip'), make('span', 'file-name', file.name), make('span', 'file-size', fileSize(file.size)));
+        return item;
+    }
+
+    function makeDraftFile(draft, file) {
+        const item = makeFile(file);
+        item.classList.toggle('waiting', !file.id);
+        const remove = make('button', 'file-remove');
+        remove.type = 'button';
+        remove.setAttribute('aria-label', `Remove ${file.name}`);
+        remove.append(makeIcon('close'));
+        remove.addEventListener('click', () => detach(draft, file));
+        item.append(remove);
+        return item;
     }
 
     // ------------------------------------------------------------------------------------------------- building
@@ -563,6 +645,11 @@
         };
         head.type = 'button';
         names.append(make('span', 'message-from', own ? 'You' : message.from.name), sub);
+        if (message.attachments?.length) {
+            const files = make('ul', 'files');
+            files.append(...message.attachments.map(makeFile));
+            body.append(files);
+        }
         head.append(makeAvatar(message.from), names, make('time', 'message-time', longTime(message.sentAt)));
         head.lastChild.dateTime = message.sentAt.toISOString();
         head.addEventListener('click', () => setExpanded(head.getAttribute('aria-expanded') !== 'true'));
@@ -629,6 +716,8 @@
             if (field.value !== draft[name])
                 field.value = draft[name];
         }
+        element('compose-files').hidden = !draft.files?.length;
+        element('compose-files').replaceChildren(...(draft.files ?? []).map((file) => makeDraftFile(draft, file)));
         element('compose-problem').textContent = draft.problem ?? '';
         element('compose-problem').hidden = !draft.problem;
         element('compose').querySelector('[type=submit]').disabled = Boolean(draft.sending);
@@ -665,12 +754,17 @@
     function hideToast() {
         clearTimeout(toastTimer);
         element('toast').hidden = true;
+        const gone = state.gone;
         state.undo = null;
+        state.gone = null;
+        gone?.();
     }
 
-    function showToast(text, undo = null) {
-        clearTimeout(toastTimer);
+    // `gone` is called when it can no longer be undone.
+    function showToast(text, undo = null, gone = null) {
+        hideToast();
         state.undo = undo;
+        state.gone = gone;
         element('toast').hidden = false;
         element('toast-text').textContent = text;
         element('toast-undo').hidden = !undo;
@@ -679,6 +773,7 @@
 
     function undo() {
         const action = state.undo;
+        state.gone = null;
         hideToast();
         action?.();
     }
@@ -798,6 +893,11 @@
             sendDraft();
         });
         onClick('write-button', write);
+        onClick('attach-button', () => element('compose-file').click());
+        element('compose-file').addEventListener('change', (event) => {
+            attach(state.drafts.at(-1), [...event.target.files]);
+            event.target.value = ''; // so that the same file can be chosen again
+        });
         onClick('discard-button', discardDraft);
         onClick('leave-button', leaveDraft);
         onClick('list', listClick);
