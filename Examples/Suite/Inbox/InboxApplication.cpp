@@ -1,6 +1,7 @@
 #include "Inbox/InboxApplication.h"
 
 #include "Support/CalendarAddress.h"
+#include "Support/Day.h"
 
 #include <LumoKit/MailTo/MailToManager.h>
 #include <LumoKit/Platform/Foundation/JSONSerialization.h>
@@ -161,14 +162,11 @@ void InboxApplication::composeMails()
 
 void InboxApplication::openDay(const std::string& day)
 {
-    // In the calendar of whoever reads this. One link for both: two may overtake one another.
-    const auto address = calendarAddress({day, shownAccount()});
-    if (!address)
+    if (!readDay(day))
         return;
     report("day chosen: " + day);
-    const bool isThere =
-        CrossApp::launch(App::calendar, "open_url", {{"url", address->absoluteString()}}, true);
-    report(isThere ? "calendar asked" : "no calendar");
+    // In the calendar of whoever reads this.
+    report(openInCalendar({day, shownAccount()}) ? "calendar asked" : "no calendar");
 }
 
 void InboxApplication::showCalendar()

@@ -139,6 +139,14 @@ bool Calendar::happens(const Entry& entry, sys_days day)
     std::unreachable();
 }
 
+std::set<std::string> Calendar::names() const
+{
+    std::set<std::string> names;
+    for (const Entry& entry : entries)
+        names.insert(entry.event.calendar);
+    return names;
+}
+
 std::vector<Event> Calendar::events(sys_days from, sys_days to) const
 {
     std::vector<Event> found;

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -35,6 +36,9 @@ public:
 
     /// What happens from a day up to and including another: by day, all-day events first, then by time.
     [[nodiscard]] std::vector<Event> events(std::chrono::sys_days from, std::chrono::sys_days to) const;
+
+    /// What the reader's calendars are called, by the alphabet.
+    [[nodiscard]] std::set<std::string> names() const;
 
     /// How often an event happens again.
     enum class Repeats { never, weekly, fortnightly, monthly, yearly };

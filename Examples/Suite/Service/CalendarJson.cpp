@@ -63,12 +63,13 @@ std::expected<DayRange, std::string> readDayRange(std::string_view query)
     return DayRange{*from, *to};
 }
 
-std::string eventsText(const Person& owner, const std::vector<Event>& events)
+std::string eventsText(const Person& owner, const Calendar& calendar, const DayRange& days)
 {
     Json list = Json::array();
-    for (const Event& event : events)
+    for (const Event& event : calendar.events(days.from, days.to))
         list.push_back(eventJson(event));
-    return jsonText({{"owner", personJson(owner)}, {"events", std::move(list)}});
+    return jsonText(
+        {{"owner", personJson(owner)}, {"calendars", calendar.names()}, {"events", std::move(list)}});
 }
 
 } // namespace LumoSuite

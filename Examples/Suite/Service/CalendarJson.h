@@ -22,7 +22,7 @@ struct DayRange {
 /// Errors: a sentence that says what is wrong with the query.
 std::expected<DayRange, std::string> readDayRange(std::string_view query);
 
-/// What happens on some days as the JSON text of an object: whose calendar it is, and the list of events.
-std::string eventsText(const Person& owner, const std::vector<Event>& events);
+/// What happens on some days as the JSON text of an object: whose it is, the names of all calendars, and the list of events.
+std::string eventsText(const Person& owner, const Calendar& calendar, const DayRange& days);
 
 } // namespace LumoSuite

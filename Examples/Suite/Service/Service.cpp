@@ -293,7 +293,7 @@ struct Service::Native {
         }
     };
 
-    static const std::array<Route, 28> routes;
+    static const std::array<Route, 34> routes;
 
     // What there is of one who can sign in.
     struct Reader {
@@ -380,7 +380,7 @@ struct Service::Native {
 };
 
 // The whole of what the service answers. HEAD goes where GET goes; the first route that fits is taken.
-constinit const std::array<Service::Native::Route, 28> Service::Native::routes{
+constinit const std::array<Service::Native::Route, 34> Service::Native::routes{
     Route{"GET", "/", Reach::exact, &Native::toStart},
     Route{"GET", "/start", Reach::exact, &Native::toInbox},
     Route{"GET", "/inbox", Reach::exact, &Native::toFolder},
@@ -389,6 +389,12 @@ constinit const std::array<Service::Native::Route, 28> Service::Native::routes{
     Route{"GET", "/calendar", Reach::exact, &Native::toFolder},
     Route{"GET", "/calendar/", Reach::exact, &Native::readersPage},
     Route{"GET", "/calendar/", Reach::below, &Native::page},
+    Route{"GET", "/mail", Reach::exact, &Native::toFolder},
+    Route{"GET", "/mail/", Reach::exact, &Native::readersPage},
+    Route{"GET", "/mail/", Reach::below, &Native::page},
+    Route{"GET", "/dashboard", Reach::exact, &Native::toFolder},
+    Route{"GET", "/dashboard/", Reach::exact, &Native::readersPage},
+    Route{"GET", "/dashboard/", Reach::below, &Native::page},
     Route{"GET", "/sign-in", Reach::exact, &Native::toFolder},
     Route{"GET", "/sign-in/", Reach::below, &Native::page},
     Route{"GET", "/shared/", Reach::below, &Native::page},
@@ -625,7 +631,7 @@ Response Service::Native::tellNews(Mailbox& mailbox, const Request&)
 Response Service::Native::listEvents(Reader& reader, const Request& request)
 {
     const auto days = readDayRange(request.query);
-    return days ? json(eventsText(reader.mailbox.owner(), reader.calendar.events(days->from, days->to)))
+    return days ? json(eventsText(reader.mailbox.owner(), reader.calendar, *days))
                 : failure(SOUP_STATUS_BAD_REQUEST, days.error());
 }
 

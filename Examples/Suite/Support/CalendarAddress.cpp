@@ -4,6 +4,7 @@
 
 #include <LumoKit/Platform/Foundation/PercentEncoding.h>
 #include <LumoKit/Platform/Foundation/URLComponents.h>
+#include <LumoKit/Utility/CrossApp.h>
 
 namespace LumoSuite {
 
@@ -36,6 +37,13 @@ std::optional<CalendarDay> dayOfAddress(const URL& address)
         || parts.user() || !day || !readDay(*day))
         return std::nullopt;
     return CalendarDay{*day, parts.firstQueryValue("account").value_or("")};
+}
+
+bool openInCalendar(const CalendarDay& day)
+{
+    const auto address = calendarAddress(day);
+    return address
+        && CrossApp::launch(CrossApp::App::calendar, "open_url", {{"url", address->absoluteString()}}, true);
 }
 
 } // namespace LumoSuite

@@ -24,4 +24,10 @@ struct CalendarDay {
 /// Errors: nothing for every other address, as links come from anywhere.
 [[nodiscard]] std::optional<CalendarDay> dayOfAddress(const LumoKit::URL& address);
 
+/// Opens a day in Lumo for Calendar, which starts if it does not run; an alert tells the user where it is missing. One
+/// link says the day and the account, as two may overtake one another.
+/// Errors: false where it is missing or cannot be started, and where the text is no day.
+/// Thread: the main thread.
+bool openInCalendar(const CalendarDay& day);
+
 } // namespace LumoSuite

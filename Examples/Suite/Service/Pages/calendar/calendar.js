@@ -11,7 +11,7 @@
         firstWeekday: days.firstWeekday(),
         weekNumbers: false,
         events: new Map(), // by day; days of other months are kept, but asked for again
-        names: [], // of the calendars that there are, as far as they were seen
+        names: [], // of the calendars that there are
         hidden: new Set(), // those that are not shown
         ready: false,
         failed: false,
@@ -48,7 +48,7 @@
                 state.events.set(day, []);
             for (const event of answer.events)
                 state.events.get(days.parse(event.date))?.push(event);
-            state.names = [...new Set([...state.names, ...answer.events.map((event) => event.calendar)])].sort();
+            state.names = answer.calendars;
             if (mine === asked)
                 state.failed = false;
         } catch (error) {

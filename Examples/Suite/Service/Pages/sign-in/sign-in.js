@@ -9,7 +9,7 @@
 
     // Back to the page that asked for it, with all that its address says.
     function goOn() {
-        const pages = ['inbox', 'calendar'];
+        const pages = ['inbox', 'calendar', 'mail', 'dashboard'];
         const parameters = new URLSearchParams(location.search);
         const to = pages.includes(parameters.get('to')) ? parameters.get('to') : 'inbox';
         parameters.delete('to');

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "Support/SuiteApplication.h"
+
+#include <LumoKit/Platform/ApplicationKit/NSButton.h>
+
+#include <memory>
+
+namespace LumoSuite {
+
+/// Lumo for Gmail: threads, of which the open one is archived by a native control.
+class GmailApplication : public SuiteApplication {
+public:
+    GmailApplication(std::optional<LumoKit::URL> otherPage, Report report);
+
+    [[nodiscard]] const std::shared_ptr<LumoKit::NSButton>& archiveButton() const { return button; }
+
+private:
+    [[nodiscard]] PageMessages pageMessages() const override;
+    void addControls() override;
+    void addMenus(LumoKit::NSMenu& bar) override;
+    void pageIsGone() override;
+
+    void archive() { execute("LumoMail.archive()"); }
+    void showCalendar();
+
+    std::shared_ptr<LumoKit::NSButton> button;
+};
+
+} // namespace LumoSuite
