@@ -34,6 +34,10 @@ TEST(ModifierFlags, AreASet)
     EXPECT_TRUE(Flags().isEmpty());
 }
 
+// They are there before any code runs, and so for every thread at once.
+static_assert(KeyCode::a == KeyCode{0, {0x1E0000}} && KeyCode::Z == KeyCode{6, {0x1C0000}});
+static_assert(KeyCode::enter == KeyCode{36, {0x1E0000}} && KeyCode::upArrow.matches(126, {}));
+
 TEST(KeyCode, HasThePlaceOfEachNamedKey)
 {
     const std::map<std::string, std::pair<KeyCode, int>> plain{{"a", {KeyCode::a, 0}},

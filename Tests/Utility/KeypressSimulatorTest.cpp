@@ -84,6 +84,16 @@ TEST_F(KeyPressSimulatorTest, SendsOneKeyThatGoesDown)
     EXPECT_EQ(event.keyCode, 0);
 }
 
+TEST_F(KeyPressSimulatorTest, HasTheModifiersAndTheTextAsTheyWereGiven)
+{
+    constexpr Flags all{0x123FF0100};
+    KeyPressSimulator::simulate(KeyPress{"e\u0301", all});
+    ASSERT_EQ(recorder->events.size(), 1U);
+    EXPECT_EQ(recorder->events[0].modifierFlags, all);
+    EXPECT_EQ(recorder->events[0].characters, "e\u0301"); // in the form that it was written in
+    EXPECT_EQ(recorder->events[0].charactersIgnoringModifiers, "e\u0301");
+}
+
 TEST_F(KeyPressSimulatorTest, SendsASequenceInOrder)
 {
     KeyPressSimulator::simulate(

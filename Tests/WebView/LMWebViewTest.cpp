@@ -3,11 +3,28 @@
 #include <LumoKit/Platform/Native/Gtk.h>
 #include <LumoKit/WebView/LMWebView.h>
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <array>
+#include <atomic>
 #include <optional>
 #include <vector>
+
+namespace {
+
+std::atomic<bool> waitedAMinute = false;
+
+} // namespace
+
+/// In the place of the main loop's own, which it calls: how long the kit is about to wait.
+extern "C" __attribute__((visibility("default"))) GSource* g_timeout_source_new(guint interval)
+{
+    static const auto own = reinterpret_cast<GSource* (*)(guint)>(::dlsym(RTLD_NEXT, "g_timeout_source_new"));
+    if (interval == 60000)
+        waitedAMinute = true;
+    return own(interval);
+}
 
 using namespace LumoKit;
 using LumoKit::Test::KeyPage;
@@ -163,6 +180,44 @@ TEST_F(LMWebViewTest, ChoosesThePropertyByTheFrameworksVersion)
     EXPECT_FALSE(view->lm_drawsBackground());
 }
 
+/// One whose properties are whatever the test says.
+class OddView : public LMWebView {
+public:
+    using LMWebView::LMWebView;
+    [[nodiscard]] Value value(std::string_view forKey) const override
+    {
+        asked = forKey;
+        return given;
+    }
+    Value given;
+    mutable std::string asked;
+};
+
+TEST_F(LMWebViewTest, HasUsualValuesWhereThePropertiesHaveNone)
+{
+    OddView odd({}, configuration);
+    for (const Value& none : {Value(), Value("text")}) {
+        odd.given = none;
+        EXPECT_FALSE(odd.lm_drawsBackground());
+        EXPECT_EQ(odd.asked, "drawsBackground");
+        EXPECT_EQ(odd._pageZoomFactor(), 1.0);
+        EXPECT_EQ(odd.asked, "pageZoomFactor");
+    }
+    odd.given = 1.0; // no boolean
+    EXPECT_FALSE(odd.lm_drawsBackground());
+    odd.given = true; // and as it is, whichever property it is
+    EXPECT_TRUE(odd.lm_drawsBackground());
+}
+
+TEST(LMWebViewZoom, MakesEverythingInThePageLarger)
+{
+    KeyPage page;
+    ASSERT_TRUE(page.open());
+    const int width = std::stoi(page.evaluate("String(innerWidth)"));
+    page.view->_setPageZoomFactor(2);
+    EXPECT_TRUE(waitUntil([&] { return page.evaluate("String(innerWidth)") == std::to_string(width / 2); }));
+}
+
 TEST_F(LMWebViewTest, TellsOfItsEnd)
 {
     ::testing::internal::CaptureStderr();
@@ -207,6 +262,8 @@ TEST_F(LMWebViewTest, PrintsWhatDoesNotAndKeepsThePage)
 TEST_F(LMWebViewTest, WaitsAMinuteForAnAnswer)
 {
     EXPECT_EQ(URLRequest(staticURL("silent://x/")).timeoutInterval, 60);
+    EXPECT_EQ(
+        URLRequest(staticURL("silent://x/")).cachePolicy, URLRequestCachePolicy::useProtocolCachePolicy);
     view->load(URLRequest(staticURL("silent://host/"), URLRequestCachePolicy::useProtocolCachePolicy, 0.05));
     ASSERT_TRUE(waitUntil([&] { return navigation->saw("fail provisional"); }));
     ASSERT_EQ(navigation->errors.size(), 1U);
@@ -218,7 +275,9 @@ TEST_F(LMWebViewTest, WaitsAMinuteForAnAnswer)
     view->loadHTMLString("<title>Other</title>", {});
     ASSERT_TRUE(waitUntil([&] { return view->title() == "Other"; }));
     const std::size_t before = silence->tasks.size();
+    waitedAMinute = false;
     load(*view, "silent://host/");
+    EXPECT_TRUE(waitedAMinute);
     ASSERT_TRUE(waitUntil([&] { return silence->tasks.size() > before; }));
     view->stopLoading();
     ASSERT_TRUE(waitUntil([&] { return navigation->errors.size() >= 2; }));
