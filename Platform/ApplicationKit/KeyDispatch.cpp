@@ -152,6 +152,9 @@ void KeyDispatch::goOn(const NSEvent& event, bool hasMoved)
     GdkWindow* surface = gtk_widget_get_window(GTK_WIDGET(widget));
     if (!surface)
         return;
+    const auto titleBar = window.nativeWindow().titleBar;
+    if (titleBar && event.charactersIgnoringModifiers == NSF10FunctionKey && titleBar->openMenu())
+        return;
     const auto native = delivered(event, KeyReader::control, surface);
     if (!gtk_window_activate_key(widget, &native->key) && !hasMoved)
         gtk_bindings_activate_event(G_OBJECT(widget), &native->key);

@@ -156,6 +156,18 @@ MenuBar::MenuBar(const std::shared_ptr<NSMenu>& menu)
     gtk_widget_show(bar.get());
 }
 
+DropDownMenu::DropDownMenu(const std::shared_ptr<NSMenu>& menu)
+    : dropped(ObjectPtr<GtkWidget>::adopt(gtk_menu_new()))
+    , lines(std::make_unique<MenuLines>(menu, GTK_MENU_SHELL(dropped.get())))
+{
+}
+
+DropDownMenu::~DropDownMenu()
+{
+    lines.reset();
+    gtk_widget_destroy(dropped.get());
+}
+
 MenuBar::~MenuBar()
 {
     lines.reset();

@@ -25,4 +25,18 @@ private:
     std::unique_ptr<MenuLines> lines;
 };
 
+/// A menu that drops down from a button, and follows what it shows.
+/// Thread: the main thread.
+class DropDownMenu {
+public:
+    explicit DropDownMenu(const std::shared_ptr<NSMenu>& menu);
+    ~DropDownMenu();
+
+    [[nodiscard]] GtkWidget* widget() const { return dropped.get(); }
+
+private:
+    const ObjectPtr<GtkWidget> dropped;
+    std::unique_ptr<MenuLines> lines;
+};
+
 } // namespace LumoKit::detail

@@ -15,7 +15,7 @@ std::optional<NSEvent> NSEvent::keyEvent(EventType with, const CGPoint& location
         if (!isUTF8(*text) || text->contains('\0'))
             return std::nullopt;
     return NSEvent{with, location, modifierFlags, timestamp, windowNumber, std::move(characters),
-        std::move(charactersIgnoringModifiers), isARepeat, keyCode, nullptr};
+        std::move(charactersIgnoringModifiers), isARepeat, keyCode, 0, 0, nullptr};
 }
 
 std::shared_ptr<NSWindow> NSEvent::window() const

@@ -11,14 +11,21 @@ namespace LumoKit {
 
 class NSWindow;
 
-/// A key that goes down or up, or a modifier key that does.
+/// A key that goes down or up, or a modifier key that does; or the mouse's button, and the mouse while it is down.
 ///
 /// On a keyboard, Control stands for Command and the Super key for Control, or the other way round:
 /// see `NSApplication::setCommandKey`. AltGr is an Option key.
 ///
 /// A plain value. Thread: the main thread, except where it is made by hand.
 struct NSEvent {
-    enum class EventType : std::uint64_t { keyDown = 10, keyUp = 11, flagsChanged = 12 };
+    enum class EventType : std::uint64_t {
+        leftMouseDown = 1,
+        leftMouseUp = 2,
+        leftMouseDragged = 6,
+        keyDown = 10,
+        keyUp = 11,
+        flagsChanged = 12,
+    };
 
     /// A set of modifier keys and of what kind of key it is.
     struct ModifierFlags {
@@ -87,6 +94,10 @@ struct NSEvent {
     /// The place of the key on the keyboard, whatever the layout: a virtual key code, 0 for the key that types "a"
     /// on an American keyboard.
     std::uint16_t keyCode = noKeyCode;
+    /// How far the mouse, or a finger, has gone since the event before this one.
+    /// Units: points, to the right and, other than everywhere else, down.
+    double deltaX = 0;
+    double deltaY = 0;
 
     /// The window that the event is for; null for none.
     [[nodiscard]] std::shared_ptr<NSWindow> window() const;

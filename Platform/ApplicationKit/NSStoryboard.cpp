@@ -80,12 +80,39 @@ std::shared_ptr<NSViewController> viewController(
     return made;
 }
 
-void load(NSWindowController& controller, const NSCoder& window)
+/// What goes with a window: its values first, so that an outlet finds them.
+void addObject(NSWindowController& controller, const NSCoder& coder)
+{
+    const auto made = object<NSObject>(coder, "NSObject", "object");
+    const Value values = coder.decodeObject("values");
+    if (const auto* all = values.asDictionary())
+        for (const auto& [key, value] : *all)
+            made->setValue(value, key);
+    const NSCoder outlets = coder.decodeDictionary("outlets");
+    const Value named = coder.decodeObject("outlets");
+    if (const auto* all = named.asDictionary())
+        for (const auto& [key, ignored] : *all) {
+            const std::string to = outlets.decodeString(key);
+            std::shared_ptr<NSObject> target;
+            if (to == "controller")
+                target = controller.shared_from_this();
+            else if (to == "window")
+                target = controller.window();
+            else
+                target = controller.window()->contentView()->view(to);
+            if (!target)
+                fatalError("the interface connects '" + key + "' to '" + to + "', which is not there");
+            made->setOutlet(target, key);
+        }
+}
+
+void load(NSWindowController& controller, const NSCoder& coder, const NSCoder& window)
 {
     const auto is = [&](const char* key) { return !window.containsValue(key) || window.decodeBool(key); };
     const CGRect frame = window.decodeRect("frame");
     const auto made = NSWindow::create(
-        frame, {.titled = is("titled"), .closable = is("closable"), .resizable = is("resizable")});
+        frame, {.titled = is("titled"), .closable = is("closable"), .miniaturizable = is("miniaturizable"),
+                   .resizable = is("resizable"), .fullSizeContentView = false});
     made->setTitle(window.decodeString("title"));
     if (window.containsValue("view"))
         made->setContentView(view(window.decodeDictionary("view"), frame.size));
@@ -93,6 +120,12 @@ void load(NSWindowController& controller, const NSCoder& window)
     if (window.containsValue("viewController"))
         controller.setContentViewController(
             viewController(window.decodeDictionary("viewController"), frame.size));
+    const Value objects = coder.decodeObject("objects");
+    if (const auto* list = objects.asArray())
+        for (const Value& each : *list) {
+            const auto* described = each.asDictionary();
+            addObject(controller, described ? NSCoder(*described) : NSCoder());
+        }
     controller.windowDidLoad();
 }
 
@@ -139,7 +172,7 @@ std::shared_ptr<NSObject> NSStoryboard::instantiateController(std::string_view w
     if (!coder.containsValue("window"))
         return viewController(coder);
     auto made = object<NSWindowController>(coder, "NSWindowController", "window controller");
-    load(*made, coder.decodeDictionary("window"));
+    load(*made, coder, coder.decodeDictionary("window"));
     return made;
 }
 

@@ -19,9 +19,13 @@ namespace LumoKit {
 ///     initial       identifier of the initial controller; may be missing
 ///     controllers   by identifier:
 ///         class     "NSWindowController" or "NSViewController", or a class of the host's that derives from one
-///         window    of a window controller: "title", "frame" (the content's), "titled", "closable", "resizable" (true
-///                   where they are missing), and "view" or "viewController" (with "class" and "view")
+///         window    of a window controller: "title", "frame" (the content's), "titled", "closable", "miniaturizable",
+///                   "resizable" (true where they are missing), and "view" or "viewController" (with "class" and "view")
 ///         view      of a view controller: "class" ("NSView" where it is missing), "subviews", and what the class reads
+///         objects   of a window controller: a list of what else goes with the window. Each has "class", "values" (its
+///                   properties by name) and "outlets" (by name, "controller", "window" or the identifier of a view)
+///
+/// Objects are made last, and kept by whatever their outlets make keep them.
 ///
 /// Known without being registered: `NSView`, `NSButton`, `NSStepper`, `NSTextField` and the two controllers. A file that does
 /// not say what it must is an error of whoever wrote it: it stops the process.

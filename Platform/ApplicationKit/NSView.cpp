@@ -1,4 +1,5 @@
 #include "NSViewNative.h"
+#include "NSWindowNative.h"
 
 #include <LumoKit/Platform/ApplicationKit/NSApplication.h>
 #include <LumoKit/Platform/ApplicationKit/NSWindow.h>
@@ -85,13 +86,19 @@ void lumo_view_widget_class_init(LumoViewWidgetClass* type)
     widget->get_preferred_height = &askForNothing;
 }
 
+GtkWidget* containerOf(NSView::Native* view)
+{
+    auto* made = GTK_WIDGET(g_object_new(lumo_view_widget_get_type(), nullptr));
+    reinterpret_cast<LumoViewWidget*>(made)->view = view;
+    return made;
+}
+
 std::unique_ptr<NSView::Native> makeContainer()
 {
     static_cast<void>(NSApplication::shared()); // no widget before there is a display
-    auto native =
-        std::make_unique<NSView::Native>(GTK_WIDGET(g_object_new(lumo_view_widget_get_type(), nullptr)));
+    auto native = std::make_unique<NSView::Native>(containerOf(nullptr));
     reinterpret_cast<LumoViewWidget*>(native->widget.get())->view = native.get();
-    native->holdsSubviews = true;
+    native->isPlain = true;
     gtk_widget_show(native->widget.get());
     return native;
 }
@@ -117,7 +124,7 @@ void place(NSView::Native& child, const GtkAllocation& parent)
         const int higher = std::max(0, leastHeight - allocation.height);
         allocation = {allocation.x - wider / 2, allocation.y - higher / 2, least, allocation.height + higher};
     }
-    gtk_widget_size_allocate(child.widget.get(), &allocation);
+    gtk_widget_size_allocate(child.outer(), &allocation);
 }
 
 } // namespace
@@ -136,11 +143,64 @@ NSView::Native::~Native()
     // Views that somebody else still holds outlive their superview, and so must their widgets.
     for (const auto& view : subviews) {
         view->nativeView().superview = nullptr;
-        gtk_container_remove(GTK_CONTAINER(widget.get()), view->nativeView().widget.get());
+        gtk_container_remove(GTK_CONTAINER(container()), view->nativeView().outer());
     }
-    if (holdsSubviews)
-        reinterpret_cast<LumoViewWidget*>(widget.get())->view = nullptr;
+    if (isPlain || holder)
+        reinterpret_cast<LumoViewWidget*>(container())->view = nullptr;
     gtk_widget_destroy(widget.get());
+    if (holder)
+        gtk_widget_destroy(holder.get());
+}
+
+GtkWidget* NSView::Native::container()
+{
+    if (isPlain)
+        return widget.get();
+    if (holder)
+        return holder.get();
+    // Into the control's place, and the control into it. What is above the control moves up again behind it.
+    GtkWidget* control = widget.get();
+    GtkWidget* top = gtk_widget_get_toplevel(control);
+    GtkWidget* focus = GTK_IS_WINDOW(top) ? gtk_window_get_focus(GTK_WINDOW(top)) : nullptr;
+    const bool focused = focus && (focus == control || gtk_widget_is_ancestor(focus, control));
+    auto made = detail::ObjectPtr<GtkWidget>::adopt(containerOf(this));
+    gtk_widget_set_visible(made.get(), gtk_widget_get_visible(control));
+    GtkWidget* parent = gtk_widget_get_parent(control);
+    if (parent)
+        gtk_container_remove(GTK_CONTAINER(parent), control);
+    gtk_widget_show(control);
+    holder = made;
+    gtk_container_add(GTK_CONTAINER(holder.get()), control);
+    if (window)
+        window->nativeWindow().showContent(holder.get());
+    else if (parent)
+        gtk_container_add(GTK_CONTAINER(parent), holder.get());
+    if (superview) {
+        const auto& siblings = superview->native->subviews;
+        const auto self =
+            std::ranges::find_if(siblings, [this](const auto& view) { return view->native.get() == this; });
+        for (auto above = self == siblings.end() ? self : std::next(self); above != siblings.end(); ++above) {
+            const auto kept = detail::ObjectPtr<GtkWidget>::retain((*above)->native->outer());
+            gtk_container_remove(GTK_CONTAINER(parent), kept.get());
+            gtk_container_add(GTK_CONTAINER(parent), kept.get());
+        }
+    }
+    if (focused)
+        gtk_widget_grab_focus(focus);
+    return holder.get();
+}
+
+NSView* NSView::Native::takerOfMouse(NSView& view, const CGPoint& at)
+{
+    if (view.isHidden() || at.x < 0 || at.y < 0 || at.x >= frame.width() || at.y >= frame.height())
+        return nullptr;
+    for (auto each = subviews.rbegin(); each != subviews.rend(); ++each) {
+        NSView::Native& child = (*each)->nativeView();
+        if (NSView* taker = child.takerOfMouse(
+                **each, {at.x - child.frame.origin.x, at.y - child.frame.origin.y}))
+            return taker;
+    }
+    return !isPlain || view.takesMouse() ? &view : nullptr;
 }
 
 void NSView::Native::resize(const CGSize& size)
@@ -162,6 +222,13 @@ void NSView::Native::layOut(const GtkAllocation& allocation)
     // points, and hidden views get none.
     if (!superview)
         resize({double(allocation.width), double(allocation.height)});
+    if (holder) { // GTK wants to be asked before it is told
+        int least = 0;
+        gtk_widget_get_preferred_width(widget.get(), &least, nullptr);
+        gtk_widget_get_preferred_height(widget.get(), &least, nullptr);
+        GtkAllocation all = allocation;
+        gtk_widget_size_allocate(widget.get(), &all);
+    }
     for (const auto& view : subviews)
         place(view->nativeView(), allocation);
 }
@@ -219,7 +286,7 @@ void NSView::setFrame(const CGRect& frame)
     native->frame.origin = frame.origin;
     native->resize(frame.size);
     if (native->superview)
-        gtk_widget_queue_resize(native->superview->native->widget.get());
+        gtk_widget_queue_resize(native->superview->native->outer());
 }
 
 CGRect NSView::bounds() const
@@ -241,21 +308,19 @@ void NSView::addSubview(std::shared_ptr<NSView> view)
 {
     if (!view)
         fatalError("there is no view to add");
-    if (!native->holdsSubviews)
-        fatalError("this view cannot hold subviews");
     for (const NSView* holder = this; holder; holder = holder->native->superview)
         if (holder == view.get())
             fatalError("a view cannot be put into itself");
     view->removeFromSuperview();
     view->native->superview = this;
-    gtk_container_add(GTK_CONTAINER(native->widget.get()), view->native->widget.get());
+    gtk_container_add(GTK_CONTAINER(native->container()), view->native->outer());
     native->subviews.push_back(std::move(view));
 }
 
 void NSView::removeFromSuperview()
 {
     const auto self = shared_from_this(); // the superview may hold the last reference
-    GtkWidget* widget = native->widget.get();
+    GtkWidget* widget = native->outer();
     if (GtkWidget* parent = gtk_widget_get_parent(widget))
         gtk_container_remove(GTK_CONTAINER(parent), widget);
     if (NSView* holder = std::exchange(native->superview, nullptr))
@@ -359,12 +424,18 @@ void NSView::setNeedsDisplay(const CGRect& in)
 
 bool NSView::isHidden() const
 {
-    return !gtk_widget_get_visible(native->widget.get());
+    return !gtk_widget_get_visible(native->outer());
 }
 
 void NSView::setHidden(bool hidden)
 {
-    gtk_widget_set_visible(native->widget.get(), !hidden);
+    gtk_widget_set_visible(native->outer(), !hidden);
 }
+
+void NSView::mouseDown(const NSEvent&) { }
+
+void NSView::mouseDragged(const NSEvent&) { }
+
+void NSView::mouseUp(const NSEvent&) { }
 
 } // namespace LumoKit

@@ -57,7 +57,7 @@ public:
     void setAutoresizing(const NSAutoresizing& parts);
 
     /// Puts `view` on top of the other subviews, taking it out of the superview that it was in.
-    /// Errors: stops the process if `view` is this view or holds it, or if this view cannot hold others.
+    /// Errors: stops the process if `view` is this view or holds it.
     void addSubview(std::shared_ptr<NSView> view);
     /// Takes this view out of its superview or window, if it is in one.
     void removeFromSuperview();
@@ -91,6 +91,15 @@ public:
     /// one of them took it. By itself a view only asks its subviews, from the bottom to the top, and not those that
     /// are hidden.
     virtual bool performKeyEquivalent(const NSEvent& with);
+
+    /// Whether a press of the mouse on this view is the view's and not that of what is behind it. What follows the press
+    /// then comes to the three operations below. Controls and pages take the mouse by themselves; other views do not,
+    /// unless their class says so.
+    [[nodiscard]] virtual bool takesMouse() const { return false; }
+    virtual void mouseDown(const NSEvent& with);
+    /// The mouse has moved since, on this view or off it.
+    virtual void mouseDragged(const NSEvent& with);
+    virtual void mouseUp(const NSEvent& with);
 
     struct Native;
     /// The platform's side of the view, for the platform layer itself.

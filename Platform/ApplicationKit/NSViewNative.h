@@ -10,7 +10,8 @@
 
 namespace LumoKit {
 
-/// The platform's side of a view: one widget. Only a plain view's widget is a container of subviews.
+/// The platform's side of a view: one widget. That of a plain view is a container of its subviews; a control gets a
+/// container around it with its first subview.
 struct NSView::Native {
     explicit Native(GtkWidget* made)
         : widget(detail::ObjectPtr<GtkWidget>::adopt(made))
@@ -28,10 +29,19 @@ struct NSView::Native {
     /// Puts the subviews where their frames say, within what GTK has given this view.
     void layOut(const GtkAllocation& allocation);
 
+    /// The widget that stands for the view in its superview or window.
+    [[nodiscard]] GtkWidget* outer() const { return holder ? holder.get() : widget.get(); }
+    /// The container of the subviews.
+    GtkWidget* container();
+    /// The view at a point of this one that takes the mouse, a control among them; null for none.
+    /// `at` is in the view's own coordinates.
+    [[nodiscard]] NSView* takerOfMouse(NSView& view, const CGPoint& at);
+
     detail::ObjectPtr<GtkWidget> widget;
+    detail::ObjectPtr<GtkWidget> holder; // around a control that has subviews
     CGRect frame;
     NSAutoresizing autoresizing;
-    bool holdsSubviews = false;
+    bool isPlain = false; // its widget is a container
     bool keepsItsWidth =
         false; // its widget's own, in the middle of the frame; and no less than its own height
     bool isPage = false; // takes keys through `performKeyEquivalent`, and gives back what it does not handle

@@ -53,11 +53,38 @@ void NSWindow::Native::showMenuBar()
 {
     menuBar.reset();
     const auto& menu = NSApplication::shared().mainMenu();
-    if (!menu || !showsMenuBar)
+    if (titleBar)
+        titleBar->showMenu(showsMenuBar ? menu : nullptr);
+    if (!menu || !showsMenuBar || titleBar)
         return;
     menuBar.emplace(menu);
     gtk_box_pack_start(box, menuBar->widget(), FALSE, FALSE, 0);
     gtk_box_reorder_child(box, menuBar->widget(), 0);
+}
+
+void NSWindow::Native::showContent(GtkWidget* content)
+{
+    gtk_box_pack_end(box, content, TRUE, TRUE, 0);
+}
+
+void NSWindow::Native::showStyle(NSWindow& of)
+{
+    GtkWindow* widget = window.get();
+    const bool ownTitleBar = style.titled && style.fullSizeContentView;
+    gtk_window_set_decorated(widget, style.titled && !ownTitleBar);
+    gtk_window_set_deletable(widget, style.closable);
+    gtk_window_set_resizable(widget, style.resizable);
+    if (ownTitleBar != (titleBar != nullptr)) {
+        edges.reset();
+        titleBar.reset();
+        if (ownTitleBar) {
+            titleBar = detail::TitleBar::create(of, overlay);
+            edges.emplace(of);
+        }
+        showMenuBar();
+    }
+    if (titleBar)
+        titleBar->show();
 }
 
 bool NSWindow::Native::isBlocked() const
@@ -70,12 +97,16 @@ bool NSWindow::Native::isBlocked() const
 NSWindow::Native::~Native()
 {
     connections.clear();
+    edges.reset();
+    mouse.reset();
+    states.reset();
+    titleBar.reset();
     keys.reset();
     menuBar.reset();
     sheets.cancelAll();
     if (contentView) { // it may outlive the window, and so must its widget
         contentView->nativeView().window = nullptr;
-        gtk_container_remove(GTK_CONTAINER(box), contentView->nativeView().widget.get());
+        gtk_container_remove(GTK_CONTAINER(box), contentView->nativeView().outer());
     }
     if (window)
         gtk_widget_destroy(GTK_WIDGET(window.get()));
@@ -100,19 +131,22 @@ std::shared_ptr<NSWindow> NSWindow::create(const CGRect& contentRect, StyleMask 
     // A group of its own: what a sheet blocks is its window, and no other.
     native.group = detail::ObjectPtr<GtkWindowGroup>::adopt(gtk_window_group_new());
     gtk_window_group_add_window(native.group.get(), widget);
-    gtk_window_set_decorated(widget, style.titled);
-    gtk_window_set_deletable(widget, style.closable);
-    gtk_window_set_resizable(widget, style.resizable);
     // A background that lets the desktop through needs this before there is anything on screen.
     GdkScreen* screen = gtk_widget_get_screen(GTK_WIDGET(widget));
     if (GdkVisual* visual = gdk_screen_get_rgba_visual(screen); visual && gdk_screen_is_composited(screen))
         gtk_widget_set_visual(GTK_WIDGET(widget), visual);
     native.box = GTK_BOX(gtk_box_new(GTK_ORIENTATION_VERTICAL, 0));
-    gtk_widget_show(GTK_WIDGET(native.box));
-    gtk_container_add(GTK_CONTAINER(widget), GTK_WIDGET(native.box));
+    native.overlay = GTK_OVERLAY(gtk_overlay_new());
+    gtk_container_add(GTK_CONTAINER(native.overlay), GTK_WIDGET(native.box));
+    gtk_container_add(GTK_CONTAINER(widget), GTK_WIDGET(native.overlay));
+    gtk_widget_show_all(GTK_WIDGET(native.overlay));
+    native.style = style;
+    native.style.fullScreen = false;
     native.showsMenuBar = style.titled;
     native.number = ++known.lastWindowNumber;
     native.keys.emplace(*window);
+    native.mouse.emplace(*window);
+    native.states.emplace(*window);
 
     using detail::SignalConnection;
     NSWindow* self = window.get(); // the connections go with the window
@@ -147,10 +181,12 @@ std::shared_ptr<NSWindow> NSWindow::create(const CGRect& contentRect, StyleMask 
             if (const auto delegate = self->native->delegate.lock())
                 delegate->windowDidResize(*self);
             NotificationCenter::defaultCenter().post({didResizeNotification, alive, {}});
+            self->native->states->resized();
         }));
 
     window->setContentView(std::make_shared<NSView>(CGRect{{}, contentRect.size}));
     window->setFrame(contentRect);
+    native.showStyle(*window);
     native.showMenuBar();
     known.add(window);
     return window;
@@ -188,7 +224,7 @@ void NSWindow::setContentView(std::shared_ptr<NSView> view)
     const auto replaced = std::exchange(native->contentView, nullptr);
     if (replaced) {
         replaced->native->window = nullptr;
-        GtkWidget* widget = replaced->native->widget.get();
+        GtkWidget* widget = replaced->native->outer();
         if (GtkWidget* parent = gtk_widget_get_parent(widget))
             gtk_container_remove(GTK_CONTAINER(parent), widget);
     }
@@ -196,7 +232,7 @@ void NSWindow::setContentView(std::shared_ptr<NSView> view)
     view->native->window = this;
     if (replaced)
         view->setFrame({{}, replaced->frame().size});
-    gtk_box_pack_end(native->box, view->native->widget.get(), TRUE, TRUE, 0);
+    native->showContent(view->native->outer());
     native->contentView = std::move(view);
 }
 
@@ -261,26 +297,153 @@ CGRect NSWindow::frame() const
         int left = 0;
         int top = 0;
         gtk_window_get_position(window, &left, &top);
-        origin = {double(left), double(monitorOf(window).height - (top + height))};
+        const CGPoint now{double(left), double(monitorOf(window).height - (top + height))};
+        const bool isThere = points(origin.x) == left && points(origin.y) == points(now.y);
+        if (!isThere && g_get_monotonic_time() >= native->originCounts)
+            origin = now;
     }
 #endif
     return {origin, {double(width), double(height)}};
 }
 
-void NSWindow::setFrame(const CGRect& frame)
+void NSWindow::setFrame(const CGRect& frame, bool display)
 {
-    GtkWindow* window = native->window.get();
-    native->origin = frame.origin;
-    const int width = std::max(1, points(frame.size.width));
-    const int height = std::max(1, points(frame.size.height));
-    gtk_window_set_default_size(window, width, height);
-    if (!gtk_window_get_resizable(window))
+    if (isFullScreen())
+        return;
+    native->resize(frame.size);
+    native->move(frame);
+    if (display)
+        gtk_widget_queue_draw(GTK_WIDGET(native->window.get()));
+}
+
+void NSWindow::setFrameOrigin(const CGPoint& origin)
+{
+    if (!isFullScreen())
+        native->move({origin, frame().size});
+}
+
+void NSWindow::Native::resize(const CGSize& size)
+{
+    GtkWindow* widget = window.get();
+    const int width = std::max(1, points(size.width));
+    const int height = std::max(1, points(size.height));
+    gtk_window_set_default_size(widget, width, height);
+    if (!gtk_window_get_resizable(widget))
         gtk_widget_set_size_request(
-            GTK_WIDGET(window), width, height); // GTK makes such a window as small as it can
-    if (isVisible())
-        gtk_window_resize(window, width, height);
-    gtk_window_move(
-        window, points(frame.origin.x), monitorOf(window).height - (points(frame.origin.y) + height));
+            GTK_WIDGET(widget), width, height); // GTK makes such a window as small as it can
+    if (gtk_widget_get_visible(GTK_WIDGET(widget)))
+        gtk_window_resize(widget, width, height);
+}
+
+void NSWindow::Native::move(const CGRect& frame)
+{
+    origin = frame.origin;
+    // A window manager answers later. Whoever moves the window by steps counts from where it will be then.
+    constexpr gint64 patience = 300'000;
+    if (gtk_widget_get_visible(GTK_WIDGET(window.get())))
+        originCounts = g_get_monotonic_time() + patience;
+    const int height = std::max(1, points(frame.size.height));
+    gtk_window_move(window.get(), points(origin.x),
+        monitorOf(window.get()).height - (points(origin.y) + height));
+}
+
+CGRect NSWindow::Native::screen() const
+{
+    const GdkRectangle monitor = monitorOf(window.get());
+    return {{double(monitor.x), -double(monitor.y)}, {double(monitor.width), double(monitor.height)}};
+}
+
+NSWindow::TitleVisibility NSWindow::titleVisibility() const
+{
+    return native->titleVisibility;
+}
+
+void NSWindow::setTitleVisibility(TitleVisibility visibility)
+{
+    native->titleVisibility = visibility;
+    native->showStyle(*this);
+}
+
+NSWindow::StyleMask NSWindow::styleMask() const
+{
+    StyleMask style = native->style;
+    style.fullScreen = native->states->isFullScreen();
+    return style;
+}
+
+void NSWindow::setStyleMask(StyleMask style)
+{
+    style.fullScreen = false;
+    native->style = style;
+    native->showStyle(*this);
+}
+
+bool NSWindow::titlebarAppearsTransparent() const
+{
+    return native->titlebarAppearsTransparent;
+}
+
+void NSWindow::setTitlebarAppearsTransparent(bool transparent)
+{
+    native->titlebarAppearsTransparent = transparent;
+    native->showStyle(*this);
+}
+
+std::shared_ptr<NSButton> NSWindow::standardWindowButton(ButtonType button) const
+{
+    return native->titleBar ? native->titleBar->button(button) : nullptr;
+}
+
+bool NSWindow::isMovableByWindowBackground() const
+{
+    return native->movableByBackground;
+}
+
+void NSWindow::setMovableByWindowBackground(bool movable)
+{
+    native->movableByBackground = movable;
+}
+
+bool NSWindow::movesItself() const
+{
+    return native->states->canBePlaced();
+}
+
+void NSWindow::performDrag(const NSEvent& with)
+{
+    native->mouse->handOver(with);
+}
+
+void NSWindow::toggleFullScreen()
+{
+    native->states->setFullScreen(!isFullScreen());
+}
+
+bool NSWindow::isZoomed() const
+{
+    return native->states->isZoomed();
+}
+
+void NSWindow::zoom()
+{
+    if (isFullScreen())
+        return toggleFullScreen();
+    native->states->setZoomed(!isZoomed());
+}
+
+bool NSWindow::isMiniaturized() const
+{
+    return native->states->isMiniaturized();
+}
+
+void NSWindow::miniaturize()
+{
+    native->states->setMiniaturized(true);
+}
+
+void NSWindow::deminiaturize()
+{
+    native->states->setMiniaturized(false);
 }
 
 void NSWindow::setMinSize(const CGSize& size)

@@ -2,7 +2,11 @@
 
 #include "KeyDispatch.h"
 #include "MenuBar.h"
+#include "MouseDispatch.h"
 #include "Panel.h"
+#include "ResizeEdges.h"
+#include "TitleBar.h"
+#include "WindowStates.h"
 
 #include <LumoKit/Platform/ApplicationKit/NSWindow.h>
 #include <LumoKit/Platform/Native/ObjectPtr.h>
@@ -21,6 +25,15 @@ struct NSWindow::Native {
 
     /// Shows the application's main menu, or none, as the window is to.
     void showMenuBar();
+    void resize(const CGSize& size);
+    /// Moves the window to the frame's origin; the size is the one that it has.
+    void move(const CGRect& frame);
+    /// The frame of a window that fills the screen that this one is on.
+    [[nodiscard]] CGRect screen() const;
+    /// Puts the widget of the content view into the window.
+    void showContent(GtkWidget* content);
+    /// Makes, changes or takes away what the style asks for.
+    void showStyle(NSWindow& window);
     /// Whether something else of the application has taken the window's keyboard, such as a panel over it.
     [[nodiscard]] bool isBlocked() const;
 
@@ -28,7 +41,16 @@ struct NSWindow::Native {
     detail::ObjectPtr<GtkWindowGroup> group;
     detail::SheetQueue sheets;
     detail::ObjectPtr<GtkCssProvider> background;
-    GtkBox* box = nullptr; // menu bar and content; the window keeps it
+    GtkOverlay* overlay = nullptr; // the box, and a title bar on it; the window keeps both
+    GtkBox* box = nullptr; // menu bar and content
+    StyleMask style; // without `fullScreen`
+    TitleVisibility titleVisibility = TitleVisibility::visible;
+    bool titlebarAppearsTransparent = false;
+    bool movableByBackground = false;
+    std::shared_ptr<detail::TitleBar> titleBar; // where the window makes its own
+    std::optional<detail::ResizeEdges> edges; // with it
+    std::optional<detail::WindowStates> states;
+    std::optional<detail::MouseDispatch> mouse;
     std::optional<detail::MenuBar> menuBar;
     bool showsMenuBar = false;
     int number = 0;
@@ -36,6 +58,7 @@ struct NSWindow::Native {
     std::weak_ptr<NSWindowDelegate> delegate;
     NSWindowController* controller = nullptr; // as long as it keeps the window
     CGPoint origin; // as last asked for
+    gint64 originCounts = 0; // until this time, even if the desktop has not come to it yet
     bool key = false;
     bool closing = false;
     std::optional<detail::KeyDispatch> keys;

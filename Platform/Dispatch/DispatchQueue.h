@@ -29,6 +29,12 @@ public:
     /// same queue.
     [[nodiscard]] static std::shared_ptr<DispatchQueue> main();
 
+    /// Queues `work` on the main queue, in its order, without waking the main loop for it: it runs at the loop's next
+    /// turn, be it the one that is about to end. Work that queues itself again this way looks after each turn whether
+    /// something has happened, and costs nothing while nothing does; `async` in its place would never let the loop sleep.
+    /// Thread: the main thread.
+    static void asyncAtNextTurn(Work work);
+
     /// A private queue whose work runs on a thread of its own, which exists while there is work. `label`
     /// names the thread in debuggers (its first 15 bytes).
     [[nodiscard]] static std::shared_ptr<DispatchQueue> create(

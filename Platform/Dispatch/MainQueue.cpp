@@ -1,4 +1,5 @@
 #include <LumoKit/Platform/Dispatch/DispatchQueue.h>
+#include <LumoKit/Platform/Dispatch/MainThread.h>
 
 #include <glib-unix.h>
 #include <sys/eventfd.h>
@@ -12,6 +13,7 @@
 #include <iterator>
 #include <map>
 #include <mutex>
+#include <utility>
 
 namespace LumoKit {
 
@@ -38,6 +40,13 @@ public:
         g_source_set_static_name(timer, "LumoKit delayed work");
         g_source_set_can_recurse(timer, TRUE);
         g_source_attach(timer, nullptr);
+
+        turns = g_source_new(&turnFunctions, sizeof(Drain));
+        reinterpret_cast<Drain*>(turns)->queue = this;
+        g_source_set_static_name(turns, "LumoKit work at the next turn");
+        g_source_set_priority(turns, G_PRIORITY_LOW + 50); // nothing else that is ready has to wait for it
+        g_source_set_can_recurse(turns, TRUE);
+        g_source_attach(turns, nullptr);
     }
 
     void async(Work work) override
@@ -45,11 +54,19 @@ public:
         bool first = false;
         {
             const std::lock_guard lock(mutex);
-            first = incoming.empty();
+            first = !std::exchange(woken, true);
             incoming.push_back(std::move(work));
         }
         if (first)
             wake();
+    }
+
+    void asyncAtNextTurn(Work work)
+    {
+        assertMainThread();
+        const std::lock_guard lock(mutex);
+        incoming.push_back(std::move(work));
+        patientWaits = true;
     }
 
     void asyncAfter(DispatchTime deadline, Work work) override
@@ -95,10 +112,10 @@ private:
         bool first = false;
         {
             const std::lock_guard lock(mutex);
-            first = incoming.empty();
+            const bool due = !delayed.empty() && delayed.begin()->first <= now;
             for (; !delayed.empty() && delayed.begin()->first <= now; delayed.erase(delayed.begin()))
                 incoming.push_back(std::move(delayed.begin()->second));
-            first = first && !incoming.empty();
+            first = due && !std::exchange(woken, true);
             setTimer();
         }
         if (first)
@@ -116,6 +133,8 @@ private:
             else
                 std::ranges::move(incoming, std::back_inserter(turn));
             incoming.clear();
+            woken = false;
+            patientWaits = false;
         }
         constexpr std::chrono::milliseconds share(4); // a quarter of a frame at 60 Hz
         const auto end = std::chrono::steady_clock::now() + share;
@@ -131,7 +150,7 @@ private:
         bool more = !turn.empty();
         if (!more) {
             const std::lock_guard lock(mutex);
-            more = !incoming.empty();
+            more = woken;
         }
         // Work that follows work at once steps behind input and takes turns with drawing; else a queue that
         // is never empty would keep windows from being painted.
@@ -164,29 +183,74 @@ private:
         return G_SOURCE_CONTINUE;
     }
 
+    /// Work that waits for a turn does not make one. So it runs before the loop goes to sleep, and then again only
+    /// after something has woken the loop: whatever it waits for has happened in between, or has not. The loop asks
+    /// this before each sleep.
+    static gboolean prepareTurn(GSource* source, gint* timeout) noexcept
+    {
+        MainQueue& queue = *reinterpret_cast<Drain*>(source)->queue;
+        *timeout = -1;
+        if (!queue.patientWaits)
+            return FALSE;
+        // Nothing has run since, unless that was in a loop within this one.
+        const bool hasJustRun = std::exchange(queue.depthOfTurn, 0) == g_main_depth() + 1;
+        if (hasJustRun)
+            *timeout = 1000; // for loops that are turned by hand, which may do something between two turns
+        return !hasJustRun;
+    }
+    static gboolean checkTurn(GSource*) noexcept { return FALSE; }
+    static gboolean dispatchTurn(GSource* source, GSourceFunc, gpointer) noexcept
+    {
+        MainQueue& queue = *reinterpret_cast<Drain*>(source)->queue;
+        queue.drain();
+        queue.depthOfTurn = g_main_depth();
+        return G_SOURCE_CONTINUE;
+    }
+
     static inline GSourceFuncs functions = {
         &prepareDrain, &checkDrain, &dispatchDrain, nullptr, nullptr, nullptr};
     static inline GSourceFuncs timerFunctions = {nullptr, nullptr, &dispatchTimer, nullptr, nullptr, nullptr};
+    static inline GSourceFuncs turnFunctions = {
+        &prepareTurn, &checkTurn, &dispatchTurn, nullptr, nullptr, nullptr};
 
     const std::string name = "main";
     const int wakeUp;
     GSource* source = nullptr;
     GSource* timer = nullptr; // ready at the first deadline
-    std::deque<Work> turn; // main thread only
+    GSource* turns = nullptr; // ready once after every turn, while there is work that waits for one
+    // Main thread only:
+    std::deque<Work> turn;
+    bool patientWaits = false; // among the incoming is work that waits for a turn
+    int depthOfTurn = 0; // of the loop whose last turn was for such work alone; 0: of none
 
     std::mutex mutex;
-    // Both guarded by mutex:
+    // All guarded by mutex:
     std::deque<Work> incoming;
+    bool woken = false; // the loop has been woken for some of the incoming
     std::multimap<DispatchTime, Work> delayed; // equal deadlines keep their order
 };
 
 } // namespace
 
-std::shared_ptr<DispatchQueue> DispatchQueue::main()
+namespace {
+
+const std::shared_ptr<MainQueue>& mainQueue()
 {
     // Never destroyed: threads may still post while the process ends.
-    static const auto& queue = *new std::shared_ptr<DispatchQueue>(std::make_shared<MainQueue>());
+    static const auto& queue = *new std::shared_ptr<MainQueue>(std::make_shared<MainQueue>());
     return queue;
+}
+
+} // namespace
+
+std::shared_ptr<DispatchQueue> DispatchQueue::main()
+{
+    return mainQueue();
+}
+
+void DispatchQueue::asyncAtNextTurn(Work work)
+{
+    mainQueue()->asyncAtNextTurn(std::move(work));
 }
 
 } // namespace LumoKit

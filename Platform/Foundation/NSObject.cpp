@@ -1,3 +1,4 @@
+#include <LumoKit/Platform/Foundation/FatalError.h>
 #include <LumoKit/Platform/Foundation/NSObject.h>
 
 #include <algorithm>
@@ -66,6 +67,16 @@ std::any NSObject::associatedAny(std::string_view key) const
 Value NSObject::value(std::string_view) const
 {
     return {};
+}
+
+void NSObject::setValue(const Value&, std::string_view forKey)
+{
+    fatalError("the class has no property '" + std::string(forKey) + "' that can be set by its name");
+}
+
+void NSObject::setOutlet(const std::shared_ptr<NSObject>&, std::string_view forKey)
+{
+    fatalError("the class has no outlet '" + std::string(forKey) + "'");
 }
 
 KeyValueObservation NSObject::observe(std::string key, std::function<void(const KeyValueChange&)> handler)

@@ -68,6 +68,13 @@ public:
     /// The current value of an observable property; null for a name that the class does not know.
     [[nodiscard]] virtual Value value(std::string_view forKey) const;
 
+    /// Sets a property by its name, as an interface file does.
+    /// Errors: stops the process for a name that the class does not know.
+    virtual void setValue(const Value& value, std::string_view forKey);
+    /// The same with one that refers to another object, or to none.
+    /// Errors: stops the process for a name that the class does not know, and for an object of another class.
+    virtual void setOutlet(const std::shared_ptr<NSObject>& object, std::string_view forKey);
+
     /// Calls `handler` after each announced change of the property, on the thread that announces it, with the
     /// values before and after.
     KeyValueObservation observe(std::string key, std::function<void(const KeyValueChange&)> handler);

@@ -45,7 +45,7 @@ public:
     /// Sets the value of a key; null removes it.
     /// Errors: what is no property list (it has a null or a URL in it, more than `Value::maximumDepth` levels or a million
     /// values) is not set; one line says so, and the old value stays.
-    virtual void setValue(const Value& value, std::string_view forKey);
+    void setValue(const Value& value, std::string_view forKey) override;
 
     /// Removes the value of a key.
     void removeObject(std::string_view forKey);

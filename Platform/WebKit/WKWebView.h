@@ -81,7 +81,7 @@ public:
     /// it paints nothing, or what is behind the view. "pageZoomFactor": how large the page is shown, 1 at first.
     [[nodiscard]] Value value(std::string_view forKey) const override;
     /// Sets one of those three. A value of another type, and a factor that is no positive number, is ignored.
-    void setValue(const Value& value, std::string_view forKey);
+    void setValue(const Value& value, std::string_view forKey) override;
 };
 
 } // namespace LumoKit

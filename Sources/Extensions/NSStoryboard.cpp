@@ -1,5 +1,7 @@
 #include <LumoKit/Extensions/NSStoryboard.h>
 #include <LumoKit/Platform/Foundation/FatalError.h>
+#include <LumoKit/Utility/FramelessWindowBehaviour.h>
+#include <LumoKit/Utility/WindowDraggingView.h>
 #include <LumoKit/View/BackgroundView.h>
 #include <LumoKit/View/ImageButton.h>
 
@@ -22,6 +24,8 @@ std::shared_ptr<NSStoryboard> storyboard(std::string_view named)
     static const bool known = [] { // once, so that a host may put classes of its own in their place
         NSStoryboard::registerClass<BackgroundView>("BackgroundView");
         NSStoryboard::registerClass<ImageButton>("ImageButton");
+        NSStoryboard::registerClass<LMFramelessWindowBehaviour>("LMFramelessWindowBehaviour");
+        NSStoryboard::registerClass<WindowDraggingView>("WindowDraggingView");
         return true;
     }();
     static_cast<void>(known);

@@ -8,7 +8,8 @@
 
 namespace LumoKit {
 
-/// The interface file of that name in the main bundle. It may name `BackgroundView` and `ImageButton`, too.
+/// The interface file of that name in the main bundle. It may name `BackgroundView`, `ImageButton`,
+/// `LMFramelessWindowBehaviour` and `WindowDraggingView`, too.
 /// Errors: stops the process if there is none.
 /// Thread: the main thread.
 [[nodiscard]] std::shared_ptr<NSStoryboard> storyboard(std::string_view named);
