@@ -4,6 +4,7 @@
 #include "NSWindowNative.h"
 
 #include <LumoKit/Platform/ApplicationKit/NSWindowController.h>
+#include <LumoKit/Platform/Dispatch/DispatchQueue.h>
 #include <LumoKit/Platform/Dispatch/MainThread.h>
 #include <LumoKit/Platform/Foundation/NotificationCenter.h>
 
@@ -26,6 +27,9 @@ int points(double length)
     return static_cast<int>(
         std::lround(std::clamp(length, -32768.0, 32767.0))); // the range of a window system
 }
+
+/// For the desktop's answers.
+constexpr gint64 patience = 300'000;
 
 /// The monitor that a window is on, or the first one.
 GdkRectangle monitorOf(GtkWindow* window)
@@ -67,11 +71,30 @@ void NSWindow::Native::showContent(GtkWidget* content)
     gtk_box_pack_end(box, content, TRUE, TRUE, 0);
 }
 
+void NSWindow::Native::decorate(bool decorated)
+{
+    GtkWindow* widget = window.get();
+    if (decorated == bool(gtk_window_get_decorated(widget)))
+        return;
+    int width = 0;
+    int height = 0;
+    gtk_window_get_size(widget, &width, &height);
+    gtk_window_set_decorated(widget, decorated);
+    GdkWindow* surface = gtk_widget_get_window(GTK_WIDGET(widget));
+    const bool byToolkit = gtk_style_context_has_class(gtk_widget_get_style_context(GTK_WIDGET(widget)), "csd");
+    if (!surface || decorated || !byToolkit)
+        return;
+    // The toolkit made title bar and shadow, and counts them into the size until it lays out the next time.
+    gdk_window_set_shadow_width(surface, 0, 0, 0, 0);
+    resize({double(width), double(height)});
+    sizeCounts = g_get_monotonic_time() + patience;
+}
+
 void NSWindow::Native::showStyle(NSWindow& of)
 {
     GtkWindow* widget = window.get();
     const bool ownTitleBar = style.titled && style.fullSizeContentView;
-    gtk_window_set_decorated(widget, style.titled && !ownTitleBar);
+    decorate(style.titled && !ownTitleBar);
     gtk_window_set_deletable(widget, style.closable);
     gtk_window_set_resizable(widget, style.resizable);
     if (ownTitleBar != (titleBar != nullptr)) {
@@ -182,6 +205,11 @@ std::shared_ptr<NSWindow> NSWindow::create(const CGRect& contentRect, StyleMask 
                 delegate->windowDidResize(*self);
             NotificationCenter::defaultCenter().post({didResizeNotification, alive, {}});
             self->native->states->resized();
+            // The toolkit forgets what asks to be laid out while it lays out, as views do that were told just now.
+            DispatchQueue::main()->async([weak = self->weak_from_this()] {
+                if (const auto laidOut = std::static_pointer_cast<NSWindow>(weak.lock()))
+                    gtk_widget_queue_resize(GTK_WIDGET(laidOut->native->window.get()));
+            });
         }));
 
     window->setContentView(std::make_shared<NSView>(CGRect{{}, contentRect.size}));
@@ -291,6 +319,10 @@ CGRect NSWindow::frame() const
     int width = 0;
     int height = 0;
     gtk_window_get_size(window, &width, &height);
+    if (g_get_monotonic_time() < native->sizeCounts) {
+        width = points(native->size.width);
+        height = points(native->size.height);
+    }
     CGPoint origin = native->origin;
 #ifdef GDK_WINDOWING_X11
     if (GDK_IS_X11_DISPLAY(gtk_widget_get_display(GTK_WIDGET(window))) && isVisible()) {
@@ -322,9 +354,10 @@ void NSWindow::setFrameOrigin(const CGPoint& origin)
         native->move({origin, frame().size});
 }
 
-void NSWindow::Native::resize(const CGSize& size)
+void NSWindow::Native::resize(const CGSize& to)
 {
     GtkWindow* widget = window.get();
+    size = to;
     const int width = std::max(1, points(size.width));
     const int height = std::max(1, points(size.height));
     gtk_window_set_default_size(widget, width, height);
@@ -339,7 +372,6 @@ void NSWindow::Native::move(const CGRect& frame)
 {
     origin = frame.origin;
     // A window manager answers later. Whoever moves the window by steps counts from where it will be then.
-    constexpr gint64 patience = 300'000;
     if (gtk_widget_get_visible(GTK_WIDGET(window.get())))
         originCounts = g_get_monotonic_time() + patience;
     const int height = std::max(1, points(frame.size.height));

@@ -25,7 +25,8 @@ struct NSWindow::Native {
 
     /// Shows the application's main menu, or none, as the window is to.
     void showMenuBar();
-    void resize(const CGSize& size);
+    void resize(const CGSize& to);
+    void decorate(bool decorated);
     /// Moves the window to the frame's origin; the size is the one that it has.
     void move(const CGRect& frame);
     /// The frame of a window that fills the screen that this one is on.
@@ -57,8 +58,12 @@ struct NSWindow::Native {
     std::shared_ptr<NSView> contentView;
     std::weak_ptr<NSWindowDelegate> delegate;
     NSWindowController* controller = nullptr; // as long as it keeps the window
-    CGPoint origin; // as last asked for
-    gint64 originCounts = 0; // until this time, even if the desktop has not come to it yet
+    // As last asked for:
+    CGPoint origin;
+    CGSize size;
+    // Until these times, even if the desktop has not come to it yet:
+    gint64 originCounts = 0;
+    gint64 sizeCounts = 0;
     bool key = false;
     bool closing = false;
     std::optional<detail::KeyDispatch> keys;

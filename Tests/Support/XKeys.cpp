@@ -57,4 +57,30 @@ void clickOn(GtkWidget* widget)
     XFlush(display());
 }
 
+void movePointer(int x, int y)
+{
+    const int scale = gdk_monitor_get_scale_factor(gdk_display_get_monitor(gdk_display_get_default(), 0));
+    XTestFakeMotionEvent(display(), -1, x * scale, y * scale, CurrentTime);
+    XFlush(display());
+}
+
+void movePointerBy(int x, int y)
+{
+    const int scale = gdk_monitor_get_scale_factor(gdk_display_get_monitor(gdk_display_get_default(), 0));
+    XTestFakeRelativeMotionEvent(display(), x * scale, y * scale, CurrentTime);
+    XFlush(display());
+}
+
+void pressPointer(unsigned button)
+{
+    XTestFakeButtonEvent(display(), button, True, CurrentTime);
+    XFlush(display());
+}
+
+void releasePointer(unsigned button)
+{
+    XTestFakeButtonEvent(display(), button, False, CurrentTime);
+    XFlush(display());
+}
+
 } // namespace LumoKit::Test

@@ -16,4 +16,11 @@ void typeText(const std::string& text);
 /// Moves the pointer to the middle of a widget that is on screen, and clicks.
 void clickOn(GtkWidget* widget);
 
+/// Moves the pointer on the screen, or from where it is; presses and releases a button of the mouse where it is.
+/// Units: points from the top left.
+void movePointer(int x, int y);
+void movePointerBy(int x, int y);
+void pressPointer(unsigned button = 1);
+void releasePointer(unsigned button = 1);
+
 } // namespace LumoKit::Test
