@@ -53,5 +53,6 @@ struct Outcome {
 [[nodiscard]] std::vector<Row> remoteRows();
 [[nodiscard]] std::vector<Row> settingsRows();
 [[nodiscard]] std::vector<Row> startRows();
+[[nodiscard]] std::vector<Row> windowRows();
 
 } // namespace LumoKit::Bench

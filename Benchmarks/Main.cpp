@@ -27,7 +27,7 @@ int main(int count, char** arguments)
     std::printf("%-28s %12s %12s %-5s %7s %7s  %-5s %s\n", "row", "ours", "peer", "unit", "ratio", "goal", "",
         "peer");
     for (const auto& rows : {bridgeRows(), mainQueueRows(), settingsRows(), cookieRows(), fileRows(),
-             imageRows(), keyRows(), linkRows(), printingRows(), remoteRows(), startRows()}) {
+             imageRows(), keyRows(), linkRows(), printingRows(), remoteRows(), startRows(), windowRows()}) {
         for (const Row& row : rows) {
             if (!std::regex_search(row.name, wanted))
                 continue;

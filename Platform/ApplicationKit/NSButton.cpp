@@ -56,7 +56,8 @@ struct ButtonNative final : NSView::Native {
             if (const auto surface =
                     detail::drawableSurface(*image, gtk_widget_get_scale_factor(widget.get())))
                 shown = gtk_image_new_from_surface(surface.get());
-        gtk_button_set_label(button(), onlyImage ? nullptr : title.c_str());
+        // Told of no label and no image the toolkit leaves what is there.
+        gtk_button_set_label(button(), !onlyImage ? title.c_str() : shown ? nullptr : "");
         gtk_button_set_image_position(button(), placeOf(position));
         gtk_button_set_always_show_image(button(), shown != nullptr);
         gtk_button_set_image(button(), shown);

@@ -85,7 +85,8 @@ struct MenuButton : NSView {
     {
         GtkWidget* widget = nativeView().widget.get();
         gtk_menu_button_set_popup(GTK_MENU_BUTTON(widget), menu);
-        gtk_button_set_image(GTK_BUTTON(widget), nullptr);
+        if (GtkWidget* arrow = gtk_bin_get_child(GTK_BIN(widget)))
+            gtk_container_remove(GTK_CONTAINER(widget), arrow);
         atk_object_set_name(gtk_widget_get_accessible(widget), "Main menu");
         gtk_widget_show(widget);
     }

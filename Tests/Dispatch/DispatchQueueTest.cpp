@@ -804,6 +804,74 @@ TEST(DispatchQueueDeathTest, EndsTheProcessWhenWorkThrows)
         "from work");
 }
 
+// ---- the next turn
+// ----------------------------------------------------------------------------------------------------
+
+/// Looks at every turn, for as long as it exists.
+struct Patient {
+    void look()
+    {
+        DispatchQueue::asyncAtNextTurn([weak = std::weak_ptr(alive), this] {
+            if (weak.expired())
+                return;
+            ++looks;
+            look();
+        });
+    }
+    std::shared_ptr<bool> alive = std::make_shared<bool>();
+    int looks = 0;
+};
+
+TEST(NextTurn, RunsInTheOrderOfTheQueue)
+{
+    std::string order;
+    DispatchQueue::main()->async([&] { order += 'a'; });
+    DispatchQueue::asyncAtNextTurn([&] { order += 'b'; });
+    DispatchQueue::main()->async([&] { order += 'c'; });
+    EXPECT_EQ(order, "");
+    ASSERT_TRUE(waitUntil([&] { return order.size() == 3; }));
+    EXPECT_EQ(order, "abc");
+}
+
+TEST(NextTurn, ComesWithoutOtherWork)
+{
+    bool ran = false;
+    DispatchQueue::asyncAtNextTurn([&] { ran = true; });
+    EXPECT_TRUE(waitUntil([&] { return ran; }));
+}
+
+TEST(NextTurn, ComesAfterEveryTurnAndMakesNone)
+{
+    Patient patient;
+    patient.look();
+    runPendingTurns(); // they end
+    for (int turn = 0; turn < 5; ++turn) {
+        const int before = patient.looks;
+        bool woken = false;
+        DispatchQueue::main()->asyncAfter(dispatchTimeAfter(0.01), [&] { woken = true; });
+        while (!woken)
+            g_main_context_iteration(nullptr, TRUE);
+        runPendingTurns();
+        EXPECT_GT(patient.looks, before);
+        EXPECT_LE(patient.looks, before + 4);
+    }
+}
+
+TEST(NextTurn, SeesWhatANestedLoopLeftBehind)
+{
+    Patient patient;
+    patient.look();
+    runPendingTurns();
+    int before = 0;
+    bool left = false;
+    DispatchQueue::main()->async([&] {
+        runPendingTurns(); // a loop within the loop, which ends with the patient's turn
+        before = patient.looks;
+        left = true;
+    });
+    EXPECT_TRUE(waitUntil([&] { return left && patient.looks > before; }));
+}
+
 // ---- the main thread
 // ------------------------------------------------------------------------------------------------
 

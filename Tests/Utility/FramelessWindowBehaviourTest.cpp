@@ -253,6 +253,24 @@ TEST(FramelessWindow, DrawsItsButtonsWhereTheirFramesAre)
     EXPECT_EQ(host.drawn(Button::closeButton), (CGRect{{12, 13}, {14, 14}}));
 }
 
+TEST(FramelessWindow, HasButtonsThatAssistiveSoftwareKnows)
+{
+    const FramelessHost host;
+    host.makeFrameless();
+    const auto named = [&](Button type, const char* name) {
+        GtkWidget* widget = gtkWidget(*host.button(type));
+        AtkObject* object = gtk_widget_get_accessible(widget);
+        EXPECT_STREQ(atk_object_get_name(object), name);
+        EXPECT_EQ(atk_object_get_role(object), ATK_ROLE_PUSH_BUTTON);
+        EXPECT_TRUE(gtk_widget_get_can_focus(widget));
+        const char* label = gtk_button_get_label(GTK_BUTTON(widget)); // an icon is all that it shows
+        EXPECT_TRUE(!label || !*label) << label;
+    };
+    named(Button::closeButton, "Close");
+    named(Button::miniaturizeButton, "Minimise");
+    named(Button::zoomButton, "Maximise");
+}
+
 TEST(FramelessWindow, DoesNothingWithoutButtons)
 {
     static_cast<void>(NSApplication::shared());
