@@ -78,6 +78,16 @@ void showIcon(GtkWidget* button, const char* icon)
         G_OBJECT(button), key, g_object_ref(style.get()), [](gpointer kept) { g_object_unref(kept); });
 }
 
+/// Where the graphics driver works in software, a page that is drawn in part is not drawn there at all (WebKitGTK 2.50,
+/// GTK 3.24): what changes above a page redraws all of the window.
+SignalConnection redrawWindowWith(GtkWidget* button)
+{
+    return SignalConnection::connect<void(GtkWidget*, GtkStateFlags)>(
+        button, "state-flags-changed", [](GtkWidget* changed, GtkStateFlags) {
+            gtk_widget_queue_draw(gtk_widget_get_toplevel(changed));
+        });
+}
+
 /// A button that drops a menu down.
 struct MenuButton : NSView {
     explicit MenuButton(GtkWidget* menu)
@@ -138,6 +148,7 @@ void TitleBar::fill()
                 (alive.get()->*action)();
         });
         showIcon(made->nativeView().widget.get(), icon);
+        connections.push_back(redrawWindowWith(made->nativeView().widget.get()));
         bar->addSubview(made);
         x += size + gap;
     }
@@ -232,11 +243,13 @@ void TitleBar::showMenu(const std::shared_ptr<NSMenu>& shown)
         menuButton->removeFromSuperview();
     menuButton.reset();
     menu.reset();
+    redrawnForMenu = {};
     if (!shown)
         return;
     menu = std::make_unique<DropDownMenu>(shown);
     menuButton = std::make_shared<MenuButton>(menu->widget());
     showIcon(menuButton->nativeView().widget.get(), "open-menu-symbolic");
+    redrawnForMenu = redrawWindowWith(menuButton->nativeView().widget.get());
     const CGRect in = bar->bounds();
     menuButton->setFrame(
         {{in.width() - left - size, std::round((in.height() - size) / 2)}, {size, size}});

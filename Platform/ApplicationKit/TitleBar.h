@@ -62,6 +62,7 @@ private:
     std::unique_ptr<DropDownMenu> menu;
     double fromTop = 0; // of the window
     double fromRight = 0;
+    SignalConnection redrawnForMenu;
     std::vector<SignalConnection> connections;
 };
 

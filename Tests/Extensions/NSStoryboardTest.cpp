@@ -4,6 +4,7 @@
 #include <LumoKit/Platform/ApplicationKit/NSViewController.h>
 #include <LumoKit/Platform/ApplicationKit/NSWindow.h>
 #include <LumoKit/Platform/Native/Gtk.h>
+#include <LumoKit/Utility/FramelessWindowBehaviour.h>
 #include <LumoKit/View/BackgroundView.h>
 #include <LumoKit/View/ImageButton.h>
 
@@ -50,6 +51,18 @@ TEST_F(StoryboardTest, TheInitialControllerComesWithItsWindow)
     EXPECT_TRUE(gtk_window_get_decorated(gtkWindow(*window)));
     EXPECT_TRUE(gtk_window_get_deletable(gtkWindow(*window)));
     EXPECT_EQ(window->windowController(), controller);
+}
+
+TEST_F(StoryboardTest, ObjectsAreConnectedAsTheFileSays)
+{
+    const auto controller = loadWindowController(*storyboard("Main"), "frameless");
+    const auto behaviour =
+        controller->associatedObject<std::shared_ptr<LMFramelessWindowBehaviour>>("owner").value_or(nullptr);
+    ASSERT_TRUE(behaviour);
+    EXPECT_EQ(behaviour->window(), controller->window());
+    EXPECT_EQ(behaviour->titlebarHeight, 40);
+    EXPECT_TRUE(behaviour->setupDone());
+    EXPECT_EQ(controller->window()->frame().size, (CGSize{400, 322}));
 }
 
 TEST_F(StoryboardTest, ViewsAreAsTheFileDescribesThem)
