@@ -60,8 +60,10 @@ double idle(double titlebarHeight)
 
 std::vector<Row> windowRows()
 {
-    return {{"windows/frameless-idle", "%", "half a per cent", 1.0, 1, [] { return idle(40); }, [] { return bound; }},
-        {"windows/frameless-waiting", "%", "half a per cent", 1.0, 1, [] { return idle(0); }, [] { return bound; }}};
+    return {{"windows/frameless-idle", "%", "half a per cent", 1.0, 1, [] { return idle(40); },
+                [] { return bound; }},
+        {"windows/frameless-waiting", "%", "half a per cent", 1.0, 1, [] { return idle(0); },
+            [] { return bound; }}};
 }
 
 } // namespace LumoKit::Bench

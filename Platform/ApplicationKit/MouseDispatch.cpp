@@ -14,7 +14,8 @@ namespace LumoKit::detail {
 MouseDispatch::MouseDispatch(NSWindow& of)
     : window(of)
     , drag(ObjectPtr<GtkGesture>::adopt(gtk_gesture_drag_new(GTK_WIDGET(of.nativeWindow().window.get()))))
-    , press(ObjectPtr<GtkGesture>::adopt(gtk_gesture_multi_press_new(GTK_WIDGET(of.nativeWindow().window.get()))))
+    , press(ObjectPtr<GtkGesture>::adopt(
+          gtk_gesture_multi_press_new(GTK_WIDGET(of.nativeWindow().window.get()))))
 {
     gtk_gesture_single_set_button(GTK_GESTURE_SINGLE(drag.get()), GDK_BUTTON_PRIMARY);
     gtk_gesture_single_set_button(GTK_GESTURE_SINGLE(press.get()), 0);
@@ -22,12 +23,12 @@ MouseDispatch::MouseDispatch(NSWindow& of)
     for (GtkGesture* gesture : {drag.get(), press.get()})
         gtk_event_controller_set_propagation_phase(GTK_EVENT_CONTROLLER(gesture), GTK_PHASE_CAPTURE);
     using Step = void(GtkGesture*, GdkEventSequence*);
-    connections.push_back(
-        SignalConnection::connect<Step>(drag.get(), "begin", [this](auto*, auto* sequence) { began(sequence); }));
-    connections.push_back(
-        SignalConnection::connect<Step>(drag.get(), "update", [this](auto*, auto* sequence) { moved(sequence); }));
-    connections.push_back(
-        SignalConnection::connect<Step>(drag.get(), "end", [this](auto*, auto* sequence) { ended(sequence); }));
+    connections.push_back(SignalConnection::connect<Step>(
+        drag.get(), "begin", [this](auto*, auto* sequence) { began(sequence); }));
+    connections.push_back(SignalConnection::connect<Step>(
+        drag.get(), "update", [this](auto*, auto* sequence) { moved(sequence); }));
+    connections.push_back(SignalConnection::connect<Step>(
+        drag.get(), "end", [this](auto*, auto* sequence) { ended(sequence); }));
     connections.push_back(SignalConnection::connect<Step>(drag.get(), "cancel", [this](auto*, auto*) {
         taker.reset();
         movesWindow = false;
@@ -66,7 +67,8 @@ MouseDispatch::Place MouseDispatch::placeOf(double x, double y) const
 bool MouseDispatch::isOnEdge(GtkGesture* gesture) const
 {
     const auto& edges = window.nativeWindow().edges;
-    const GdkEvent* event = gtk_gesture_get_last_event(gesture, gtk_gesture_get_last_updated_sequence(gesture));
+    const GdkEvent* event =
+        gtk_gesture_get_last_event(gesture, gtk_gesture_get_last_updated_sequence(gesture));
     return edges && event && edges->has(gdk_event_get_window(event));
 }
 
@@ -177,7 +179,7 @@ void MouseDispatch::pressed(int times, double x, double y)
         return;
     const auto alive = window.shared_from_this();
     GtkWindow* widget = window.nativeWindow().window.get();
-    const char* setting = isDouble ? "gtk-titlebar-double-click"
+    const char* setting = isDouble    ? "gtk-titlebar-double-click"
         : button == GDK_BUTTON_MIDDLE ? "gtk-titlebar-middle-click"
                                       : "gtk-titlebar-right-click";
     char* text = nullptr;
@@ -193,8 +195,7 @@ void MouseDispatch::pressed(int times, double x, double y)
     else if (wanted == "lower")
         gdk_window_lower(gtk_widget_get_window(GTK_WIDGET(widget)));
     else if (wanted == "menu" && event)
-        gdk_window_show_window_menu(
-            gtk_widget_get_window(GTK_WIDGET(widget)), const_cast<GdkEvent*>(event));
+        gdk_window_show_window_menu(gtk_widget_get_window(GTK_WIDGET(widget)), const_cast<GdkEvent*>(event));
 }
 
 } // namespace LumoKit::detail

@@ -110,9 +110,12 @@ void load(NSWindowController& controller, const NSCoder& coder, const NSCoder& w
 {
     const auto is = [&](const char* key) { return !window.containsValue(key) || window.decodeBool(key); };
     const CGRect frame = window.decodeRect("frame");
-    const auto made = NSWindow::create(
-        frame, {.titled = is("titled"), .closable = is("closable"), .miniaturizable = is("miniaturizable"),
-                   .resizable = is("resizable"), .fullSizeContentView = false});
+    const auto made = NSWindow::create(frame,
+        {.titled = is("titled"),
+            .closable = is("closable"),
+            .miniaturizable = is("miniaturizable"),
+            .resizable = is("resizable"),
+            .fullSizeContentView = false});
     made->setTitle(window.decodeString("title"));
     if (window.containsValue("view"))
         made->setContentView(view(window.decodeDictionary("view"), frame.size));

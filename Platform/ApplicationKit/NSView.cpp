@@ -196,8 +196,8 @@ NSView* NSView::Native::takerOfMouse(NSView& view, const CGPoint& at)
         return nullptr;
     for (auto each = subviews.rbegin(); each != subviews.rend(); ++each) {
         NSView::Native& child = (*each)->nativeView();
-        if (NSView* taker = child.takerOfMouse(
-                **each, {at.x - child.frame.origin.x, at.y - child.frame.origin.y}))
+        if (NSView* taker =
+                child.takerOfMouse(**each, {at.x - child.frame.origin.x, at.y - child.frame.origin.y}))
             return taker;
     }
     return !isPlain || view.takesMouse() ? &view : nullptr;
@@ -432,10 +432,16 @@ void NSView::setHidden(bool hidden)
     gtk_widget_set_visible(native->outer(), !hidden);
 }
 
-void NSView::mouseDown(const NSEvent&) { }
+void NSView::mouseDown(const NSEvent&)
+{
+}
 
-void NSView::mouseDragged(const NSEvent&) { }
+void NSView::mouseDragged(const NSEvent&)
+{
+}
 
-void NSView::mouseUp(const NSEvent&) { }
+void NSView::mouseUp(const NSEvent&)
+{
+}
 
 } // namespace LumoKit

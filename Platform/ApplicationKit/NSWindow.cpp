@@ -81,7 +81,8 @@ void NSWindow::Native::decorate(bool decorated)
     gtk_window_get_size(widget, &width, &height);
     gtk_window_set_decorated(widget, decorated);
     GdkWindow* surface = gtk_widget_get_window(GTK_WIDGET(widget));
-    const bool byToolkit = gtk_style_context_has_class(gtk_widget_get_style_context(GTK_WIDGET(widget)), "csd");
+    const bool byToolkit =
+        gtk_style_context_has_class(gtk_widget_get_style_context(GTK_WIDGET(widget)), "csd");
     if (!surface || decorated || !byToolkit)
         return;
     // The toolkit made title bar and shadow, and counts them into the size until it lays out the next time.
@@ -375,8 +376,8 @@ void NSWindow::Native::move(const CGRect& frame)
     if (gtk_widget_get_visible(GTK_WIDGET(window.get())))
         originCounts = g_get_monotonic_time() + patience;
     const int height = std::max(1, points(frame.size.height));
-    gtk_window_move(window.get(), points(origin.x),
-        monitorOf(window.get()).height - (points(origin.y) + height));
+    gtk_window_move(
+        window.get(), points(origin.x), monitorOf(window.get()).height - (points(origin.y) + height));
 }
 
 CGRect NSWindow::Native::screen() const

@@ -20,7 +20,8 @@ ResizeEdges::ResizeEdges(NSWindow& of)
     : window(of)
 {
     GtkWidget* widget = GTK_WIDGET(window.nativeWindow().window.get());
-    connections.push_back(SignalConnection::connect<void(GtkWidget*)>(widget, "realize", [this](auto*) { make(); }));
+    connections.push_back(
+        SignalConnection::connect<void(GtkWidget*)>(widget, "realize", [this](auto*) { make(); }));
     connections.push_back(
         SignalConnection::connect<void(GtkWidget*)>(widget, "unrealize", [this](auto*) { forget(); }));
     connections.push_back(SignalConnection::connect<void(GtkWidget*, GdkRectangle*)>(
@@ -74,8 +75,8 @@ bool ResizeEdges::has(const GdkWindow* surface) const
 bool ResizeEdges::areUseful() const
 {
     GdkDisplay* display = gtk_widget_get_display(GTK_WIDGET(window.nativeWindow().window.get()));
-    return window.styleMask().resizable && !window.isFullScreen() && !window.isZoomed() && hasWindowManager(display)
-        && gdk_display_get_default_seat(display);
+    return window.styleMask().resizable && !window.isFullScreen() && !window.isZoomed()
+        && hasWindowManager(display) && gdk_display_get_default_seat(display);
 }
 
 void ResizeEdges::lay() const

@@ -34,7 +34,8 @@ private:
     gboolean pressed(const GdkEventButton& event) const;
 
     NSWindow& window;
-    std::array<GdkWindow*, 8> surfaces{}; // in the order of GdkWindowEdge; null while the window is not realized
+    std::array<GdkWindow*, 8>
+        surfaces{}; // in the order of GdkWindowEdge; null while the window is not realized
     std::vector<SignalConnection> connections;
 };
 

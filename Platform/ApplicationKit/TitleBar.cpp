@@ -82,10 +82,8 @@ void showIcon(GtkWidget* button, const char* icon)
 /// GTK 3.24): what changes above a page redraws all of the window.
 SignalConnection redrawWindowWith(GtkWidget* button)
 {
-    return SignalConnection::connect<void(GtkWidget*, GtkStateFlags)>(
-        button, "state-flags-changed", [](GtkWidget* changed, GtkStateFlags) {
-            gtk_widget_queue_draw(gtk_widget_get_toplevel(changed));
-        });
+    return SignalConnection::connect<void(GtkWidget*, GtkStateFlags)>(button, "state-flags-changed",
+        [](GtkWidget* changed, GtkStateFlags) { gtk_widget_queue_draw(gtk_widget_get_toplevel(changed)); });
 }
 
 /// A button that drops a menu down.
@@ -136,8 +134,8 @@ void TitleBar::fill()
         void (NSWindow::*action)();
     };
     double x = left;
-    for (std::size_t index = 0; const auto& [name, icon, action] :
-        {Kind{"Close", "window-close-symbolic", &NSWindow::performClose},
+    for (std::size_t index = 0;
+        const auto& [name, icon, action] : {Kind{"Close", "window-close-symbolic", &NSWindow::performClose},
             Kind{"Minimise", "window-minimize-symbolic", &NSWindow::miniaturize},
             Kind{"Maximise", "window-maximize-symbolic", &NSWindow::zoom}}) {
         auto& made = buttons[index++];
@@ -166,9 +164,9 @@ void TitleBar::fill()
             paint(onto, with);
             return FALSE;
         }));
-    connections.push_back(SignalConnection::connect<void(GtkWindow*, GParamSpec*)>(
-        window.nativeWindow().window.get(), "notify::title",
-        [widget](auto*, auto*) { gtk_widget_queue_draw(widget); }));
+    connections.push_back(
+        SignalConnection::connect<void(GtkWindow*, GParamSpec*)>(window.nativeWindow().window.get(),
+            "notify::title", [widget](auto*, auto*) { gtk_widget_queue_draw(widget); }));
     // The toolkit gives the keyboard to whatever can have it, but nobody means to have it on these buttons.
     connections.push_back(SignalConnection::connect<void(GtkWidget*)>(
         window.nativeWindow().window.get(), "show", [widget](GtkWidget* shown) {
@@ -233,7 +231,8 @@ void TitleBar::show()
     zoom->setEnabled(mask.resizable || mask.fullScreen);
     const bool restores = mask.fullScreen || window.isZoomed();
     zoom->setTitle(mask.fullScreen ? "Leave full screen" : restores ? "Restore" : "Maximise");
-    showIcon(zoom->nativeView().widget.get(), restores ? "window-restore-symbolic" : "window-maximize-symbolic");
+    showIcon(
+        zoom->nativeView().widget.get(), restores ? "window-restore-symbolic" : "window-maximize-symbolic");
     gtk_widget_queue_draw(nativeView().widget.get());
 }
 
@@ -251,8 +250,7 @@ void TitleBar::showMenu(const std::shared_ptr<NSMenu>& shown)
     showIcon(menuButton->nativeView().widget.get(), "open-menu-symbolic");
     redrawnForMenu = redrawWindowWith(menuButton->nativeView().widget.get());
     const CGRect in = bar->bounds();
-    menuButton->setFrame(
-        {{in.width() - left - size, std::round((in.height() - size) / 2)}, {size, size}});
+    menuButton->setFrame({{in.width() - left - size, std::round((in.height() - size) / 2)}, {size, size}});
     menuButton->setAutoresizing({.minXMargin = true, .minYMargin = true, .maxYMargin = true});
     bar->addSubview(menuButton);
 }

@@ -40,13 +40,14 @@ void keep(NSWindow& window, NotificationObserver observer)
 
 /// The strip and its window keep each other. A closed window has nothing to drag, so that whoever lets go of it then frees
 /// it; one that is used again gets its strip back.
-void partWhileClosed(const std::shared_ptr<NSWindow>& window, const std::shared_ptr<WindowDraggingView>& strip)
+void partWhileClosed(
+    const std::shared_ptr<NSWindow>& window, const std::shared_ptr<WindowDraggingView>& strip)
 {
     const auto follow = [&](const char* name, bool drags) {
         keep(*window,
             NotificationCenter::defaultCenter().addObserver(name, window,
-                [weak = std::weak_ptr(window), part = std::weak_ptr<NSObject>(strip->weak_from_this()), drags](
-                    const Notification&) {
+                [weak = std::weak_ptr(window), part = std::weak_ptr<NSObject>(strip->weak_from_this()),
+                    drags](const Notification&) {
                     if (const auto alive = std::static_pointer_cast<WindowDraggingView>(part.lock()))
                         alive->windowToDrag = drags ? weak.lock() : nullptr;
                 }));

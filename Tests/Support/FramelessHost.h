@@ -45,7 +45,8 @@ struct FramelessHost {
         GtkWidget* widget = GTK_WIDGET(gtkWindow(*window));
         return waitUntil([&] {
             return window->isKeyWindow()
-                || (!hasKeyboard() && gtk_widget_get_mapped(widget) && gtk_widget_get_allocated_width(widget) > 1);
+                || (!hasKeyboard() && gtk_widget_get_mapped(widget)
+                    && gtk_widget_get_allocated_width(widget) > 1);
         });
     }
     /// Whether the screen has a keyboard, which a window can get.
@@ -79,8 +80,9 @@ struct FramelessHost {
         int x = 0;
         int y = 0;
         gtk_widget_translate_coordinates(widget, GTK_WIDGET(gtkWindow(*window)), 0, 0, &x, &y);
-        return {{double(x), double(y)}, {double(gtk_widget_get_allocated_width(widget)),
-                                            double(gtk_widget_get_allocated_height(widget))}};
+        return {{double(x), double(y)},
+            {double(gtk_widget_get_allocated_width(widget)),
+                double(gtk_widget_get_allocated_height(widget))}};
     }
     /// Null without one.
     [[nodiscard]] std::shared_ptr<WindowDraggingView> strip() const

@@ -204,11 +204,11 @@ TEST(FramelessWindow, HasAStripAtTheTopOfItsContent)
     };
     EXPECT_TRUE(isAtTheTop());
     ASSERT_TRUE(host.show());
-    EXPECT_TRUE(
-        waitUntil([&] { return host.window->contentView()->bounds().size == CGSize{400, 322} && isAtTheTop(); }));
+    EXPECT_TRUE(waitUntil(
+        [&] { return host.window->contentView()->bounds().size == CGSize{400, 322} && isAtTheTop(); }));
     host.window->setFrame({{100, 100}, {500, 250}});
-    EXPECT_TRUE(
-        waitUntil([&] { return host.window->contentView()->bounds().size == CGSize{500, 250} && isAtTheTop(); }));
+    EXPECT_TRUE(waitUntil(
+        [&] { return host.window->contentView()->bounds().size == CGSize{500, 250} && isAtTheTop(); }));
 }
 
 TEST(FramelessWindow, PutsItsButtonsIntoTheStrip)

@@ -80,7 +80,8 @@ TEST_F(FramelessWindowInputTest, IsDraggedByItsStrip)
     releasePointer();
     EXPECT_TRUE(waitForOthers([&] { return corner() == CGPoint{from.x + 30, from.y + 20}; }))
         << corner().x - from.x << ", " << corner().y - from.y;
-    EXPECT_TRUE(waitForOthers([&] { return host.window->frame().origin == CGPoint{origin.x + 30, origin.y - 20}; }));
+    EXPECT_TRUE(
+        waitForOthers([&] { return host.window->frame().origin == CGPoint{origin.x + 30, origin.y - 20}; }));
     movePointerBy(5, 5); // the button is up
     bool clicked = false;
     host.button(Button::zoomButton)->setAction([&](NSButton&) { clicked = true; });
@@ -97,7 +98,8 @@ TEST_F(FramelessWindowInputTest, IsDraggedStepByStep)
     pressPointer();
     for (int step = 1; step <= 8; ++step) {
         movePointerBy(10, 5);
-        ASSERT_TRUE(waitForOthers([&] { return corner() == CGPoint{from.x + 10 * step, from.y + 5 * step}; }));
+        ASSERT_TRUE(
+            waitForOthers([&] { return corner() == CGPoint{from.x + 10 * step, from.y + 5 * step}; }));
     }
     releasePointer();
 }
@@ -134,8 +136,9 @@ TEST_F(FramelessWindowInputTest, KeepsPressesFromThePageBelowItsStrip)
 {
     WebPage page;
     host.window->setContentView(page.view);
-    ASSERT_TRUE(page.show("<body style='margin:0;height:100vh'><script>addEventListener('mousedown', event => "
-                          "webkit.messageHandlers.test.postMessage([event.clientX, event.clientY]))</script>"));
+    ASSERT_TRUE(
+        page.show("<body style='margin:0;height:100vh'><script>addEventListener('mousedown', event => "
+                  "webkit.messageHandlers.test.postMessage([event.clientX, event.clientY]))</script>"));
     show();
     const CGPoint from = corner();
     pointAt(200, 20);
@@ -177,7 +180,8 @@ TEST_F(FramelessWindowInputTest, ZoomsByItsButtonAndBack)
     const auto zoom = host.button(Button::zoomButton);
     EXPECT_EQ(zoom->title(), "Maximise");
     clickOn(gtkWidget(*zoom));
-    ASSERT_TRUE(waitForOthers([&] { return host.window->isZoomed() && host.window->frame().size.width > 1000; }));
+    ASSERT_TRUE(
+        waitForOthers([&] { return host.window->isZoomed() && host.window->frame().size.width > 1000; }));
     EXPECT_EQ(zoom->title(), "Restore");
     EXPECT_TRUE(waitForOthers([&] { return host.window->contentView()->frame().size.width > 1000; }));
     clickOn(gtkWidget(*zoom));
@@ -261,7 +265,8 @@ TEST_F(FramelessWindowInputTest, HasButtonsForTheKeyboardBehindItsContent)
         waitUntil([&] { return isAt(gtk_window_get_focus(widget), host.button(Button::closeButton)); }));
     pressKey("Tab");
     pressKey("Tab");
-    ASSERT_TRUE(waitUntil([&] { return isAt(gtk_window_get_focus(widget), host.button(Button::zoomButton)); }));
+    ASSERT_TRUE(
+        waitUntil([&] { return isAt(gtk_window_get_focus(widget), host.button(Button::zoomButton)); }));
     pressKey("space");
     EXPECT_TRUE(waitForOthers([&] { return host.window->isZoomed(); }));
 }
