@@ -11,6 +11,8 @@ import subprocess
 import sys
 from pathlib import Path
 
+sys.dont_write_bytecode = True
+
 import chart
 import reference
 
@@ -72,6 +74,7 @@ def build(output, results):
     reference.write(read_headers(headers, work), headers, pages, work / "names.json")
     subprocess.run([sys.executable, "-m", "sphinx", "-q", "-W", "--keep-going", "-b", "html", "-c", SITE, "-d", work / "doctrees",
         "-D", f"names={work / 'names.json'}", pages, output], check=True)
+    shutil.copytree(pages / "pictures", output / "pictures")
     shutil.rmtree(output / "_sources", ignore_errors=True)
     (output / ".buildinfo").unlink(missing_ok=True)
     shutil.rmtree(work)

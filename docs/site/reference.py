@@ -161,6 +161,19 @@ def parts_of(arguments):
     yield arguments[begin:].strip()
 
 
+def broken(line):
+    """One parameter a line, where one line is not enough."""
+    begin = line.find("(")
+    if len(line) <= 92 or begin < 0:
+        return line
+    depth = 0
+    for end in range(begin, len(line)):
+        depth += (line[end] == "(") - (line[end] == ")")
+        if depth == 0:
+            break
+    return line[: begin + 1] + "\n    " + ",\n    ".join(parts_of(line[begin + 1 : end])) + line[end:]
+
+
 def template_line(node):
     parameters = node.find("templateparamlist")
     if parameters is None:
@@ -190,16 +203,7 @@ def function(node):
     )
     kind = plain(node.find("type"))
     kind = re.sub(r"^(inline|constexpr) (?=virtual)", "", kind).replace("virtual ", "")
-    depth = 0
-    for end, character in enumerate(arguments): # where the list of parameters ends
-        depth += (character == "(") - (character == ")")
-        if depth == 0:
-            break
-    line = spelled(head + (kind + " " if kind else "") + name + arguments)
-    if len(line) > 92:
-        inner = spelled(arguments[1:end])
-        line = spelled(head + (kind + " " if kind else "") + name) + "(\n    "
-        line += ",\n    ".join(parts_of(inner)) + ")" + spelled(arguments[end + 1 :])
+    line = broken(spelled(head + (kind + " " if kind else "") + name + arguments))
     line = re.sub(r"\)\s*= ?(0|default|delete)$", r") = \1", line)
     line = re.sub(r"(const|override|noexcept)\s*= ?(0|default|delete)$", r"\1 = \2", line)
     return template_line(node) + line + ";"
@@ -210,7 +214,7 @@ def declaration(node):
     if kind == "function":
         return function(node)
     if kind == "typedef":
-        return template_line(node) + spelled(f"using {name} = {plain(node.find('type'))}{plain(node.find('argsstring'))};")
+        return template_line(node) + broken(spelled(f"using {name} = {plain(node.find('type'))}{plain(node.find('argsstring'))};"))
     if kind == "enum":
         scoped = "enum class " if node.get("strong") == "yes" else "enum "
         base = plain(node.find("type"))
@@ -347,7 +351,7 @@ class Reference:
         for node in group:
             name = plain(node.find("name"))
             full = f"{owner}::{name}" if owner else name
-            anchor = re.sub(r"[^\w.~-]+", "-", full.replace("::", ".")).strip("-")
+            anchor = ("" if owner else "LumoKit.") + re.sub(r"[^\w.~-]+", "-", full.replace("::", ".")).strip("-")
             if anchor and anchor not in used:
                 used.add(anchor)
                 anchors.append(anchor)

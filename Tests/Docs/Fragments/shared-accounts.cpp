@@ -1,0 +1,6 @@
+#include <LumoKit/Extensions/UserDefaults+LumoSuite.h>
+
+void addToTheSharedAccounts()
+{
+// the fragment
+}

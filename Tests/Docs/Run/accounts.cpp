@@ -1,0 +1,6 @@
+void records();
+
+int main()
+{
+    records();
+}

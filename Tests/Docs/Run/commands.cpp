@@ -1,0 +1,6 @@
+void links();
+
+int main()
+{
+    links();
+}
