@@ -97,7 +97,13 @@ void NSWindow::Native::showStyle(NSWindow& of)
     const bool ownTitleBar = style.titled && style.fullSizeContentView;
     decorate(style.titled && !ownTitleBar);
     gtk_window_set_deletable(widget, style.closable);
-    gtk_window_set_resizable(widget, style.resizable);
+    if (bool(gtk_window_get_resizable(widget)) != style.resizable) {
+        gtk_window_set_resizable(widget, style.resizable);
+        if (style.resizable)
+            gtk_widget_set_size_request(GTK_WIDGET(widget), -1, -1);
+        else if (size != CGSize())
+            resize(size);
+    }
     if (ownTitleBar != (titleBar != nullptr)) {
         edges.reset();
         titleBar.reset();
@@ -214,8 +220,8 @@ std::shared_ptr<NSWindow> NSWindow::create(const CGRect& contentRect, StyleMask 
         }));
 
     window->setContentView(std::make_shared<NSView>(CGRect{{}, contentRect.size}));
-    window->setFrame(contentRect);
     native.showStyle(*window);
+    window->setFrame(contentRect);
     native.showMenuBar();
     known.add(window);
     return window;

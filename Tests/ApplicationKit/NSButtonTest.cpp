@@ -179,10 +179,21 @@ TEST_F(NSButtonTest, LeavesNothingBehind)
     EXPECT_TRUE(action.expired());
 }
 
-TEST_F(NSButtonTest, CannotHoldOtherViews)
+TEST_F(NSButtonTest, HoldsOtherViews)
 {
-    const auto button = std::make_shared<NSButton>("Brew");
-    EXPECT_DEATH(button->addSubview(std::make_shared<NSView>()), "Fatal error: ");
+    static_cast<void>(NSApplication::shared());
+    const auto content = std::make_shared<NSView>(CGRect{{}, {200, 100}});
+    const auto button = std::make_shared<NSButton>("Tea", CGRect{{10, 20}, {100, 40}});
+    content->addSubview(button);
+    const auto badge = std::make_shared<NSView>(CGRect{{80, 20}, {20, 20}});
+    button->addSubview(badge);
+    EXPECT_EQ(badge->superview(), button);
+    EXPECT_EQ(button->superview(), content);
+    button->setHidden(true);
+    EXPECT_TRUE(button->isHidden());
+    button->removeFromSuperview();
+    EXPECT_EQ(button->superview(), nullptr);
+    EXPECT_EQ(badge->superview(), button);
 }
 
 // ---- check boxes
