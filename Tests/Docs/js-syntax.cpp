@@ -18,6 +18,7 @@ int main()
     if (!found)
         return 0;
     const std::unique_ptr<JSCException, decltype(&g_object_unref)> exception(found, g_object_unref);
-    std::fprintf(stderr, "line %u: %s\n", jsc_exception_get_line_number(found), jsc_exception_get_message(found));
+    std::fprintf(
+        stderr, "line %u: %s\n", jsc_exception_get_line_number(found), jsc_exception_get_message(found));
     return 1;
 }

@@ -36,10 +36,14 @@ def read(path):
 
 
 def figure(value, unit):
-    return f"{value:.3g} {unit}" if value < 1000 else f"{value:,.0f} {unit}"
+    units = ["ns", "µs", "ms", "s"]
+    while unit in units[:-1] and value >= 1000:
+        value, unit = value / 1000, units[units.index(unit) + 1]
+    return f"{value:.3g} {unit}"
 
 
 def times(ratio):
+    """A ratio, to as many places as tell something."""
     return f"{ratio:.2f}" if ratio >= 0.1 else f"{ratio:.3f}"
 
 

@@ -26,6 +26,7 @@ html_copy_source = False
 html_use_index = False
 html_permalinks_icon = "#"
 html_show_sphinx = False
+html_show_search_summary = False  # it would be read by requests, which file: has none of
 
 
 # ---- links to what is no page --------------------------------------------------------------------------------------------
@@ -94,8 +95,16 @@ def link_code(app, pagename, templatename, context, doctree):
     context["body"] = re.sub(r'<div class="highlight-cpp.*?</pre>', block, context["body"], flags=re.DOTALL)
 
 
+def drop_empty_heads(app, doctree):
+    """A table without titles begins with its first row."""
+    for head in list(doctree.findall(nodes.thead)):
+        if not head.astext().strip():
+            head.parent.remove(head)
+
+
 def setup(app):
     app.add_config_value("names", "", "env")
     app.connect("source-read", keep_sources)
+    app.connect("doctree-read", drop_empty_heads)
     app.connect("doctree-resolved", link_names)
     app.connect("html-page-context", link_code)

@@ -13,7 +13,7 @@ from pathlib import Path
 from pygments.lexers import CppLexer
 from pygments.token import Error
 
-FIELDS = ("Errors", "Ownership", "Thread", "Lifetime", "Units", "Source", "Order")
+FIELDS = ("Errors", "Ownership", "Thread", "Lifetime", "Units", "Source", "Observable")
 FOLDERS = {
     "Sources": "Printing, and the user agent",
     "CookieJar": "Cookie jars",

@@ -2,5 +2,5 @@
 
 void keepTheTheme(const std::shared_ptr<Settings>& settings, const std::shared_ptr<NSPopUpButton>& menu)
 {
-// the fragment
+    // the fragment
 }

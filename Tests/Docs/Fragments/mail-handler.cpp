@@ -6,5 +6,5 @@ struct MailHost {
 
 void receiveMail(const std::shared_ptr<MailHost>& host)
 {
-// the fragment
+    // the fragment
 }

@@ -2,5 +2,5 @@
 
 void addToTheSharedAccounts()
 {
-// the fragment
+    // the fragment
 }

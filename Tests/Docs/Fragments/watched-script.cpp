@@ -2,5 +2,5 @@
 
 void watchTheScript(const HasFileWatcherManager& services, const std::function<void(const std::string&)>& run)
 {
-// the fragment
+    // the fragment
 }

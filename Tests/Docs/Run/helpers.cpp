@@ -7,6 +7,7 @@ int main()
 {
     auto& application = LumoKit::NSApplication::shared();
     helpers();
-    LumoKit::delay(0.6, LumoKit::DispatchQueue::main(), [&application] { application.terminate(); }); // after its own
+    LumoKit::delay(
+        0.6, LumoKit::DispatchQueue::main(), [&application] { application.terminate(); }); // after its own
     application.run();
 }

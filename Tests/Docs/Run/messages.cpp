@@ -8,8 +8,8 @@ std::shared_ptr<LumoKit::WKWebViewConfiguration> makeConfiguration();
 class Loaded : public LumoKit::WKNavigationDelegate {
     void didFinish(LumoKit::WKWebView& view) override
     {
-        view.evaluateJavaScript(
-            "webkit.messageHandlers.conversationOpened.postMessage({id: 'c1', subject: 'Harbour map'}); undefined",
+        view.evaluateJavaScript("webkit.messageHandlers.conversationOpened.postMessage({id: 'c1', subject: "
+                                "'Harbour map'}); undefined",
             [](auto, auto) {
                 LumoKit::DispatchQueue::main()->async([] { LumoKit::NSApplication::shared().terminate(); });
             });
@@ -19,7 +19,8 @@ class Loaded : public LumoKit::WKNavigationDelegate {
 int main()
 {
     auto& application = LumoKit::NSApplication::shared();
-    const auto view = std::make_shared<LumoKit::WKWebView>(LumoKit::CGRect {{}, {100, 100}}, makeConfiguration());
+    const auto view =
+        std::make_shared<LumoKit::WKWebView>(LumoKit::CGRect{{}, {100, 100}}, makeConfiguration());
     const auto loaded = std::make_shared<Loaded>();
     view->setNavigationDelegate(loaded);
     view->loadHTMLString("<p>A page</p>", std::nullopt);
