@@ -33,11 +33,16 @@ endfunction()
 #     COMMAND command           what it is started with
 #     DESKTOP file...           its entries in the menus of desktops, which start that command
 #     [ICON file...]            named after the identifier
-#     [METAINFO file...])       what software centres say of it
+#     [METAINFO file...]        what software centres say of it
+#     [COMPONENT component])    of the installation; NAME, unless it is given
 #
 # Installs the bundle NAME.app, a command that leads to it, and what a desktop knows it by.
 function(lumokit_install_application name)
-    cmake_parse_arguments(PARSE_ARGV 1 app "" "COMMAND" "DESKTOP;ICON;METAINFO")
+    cmake_parse_arguments(PARSE_ARGV 1 app "" "COMMAND;COMPONENT" "DESKTOP;ICON;METAINFO")
+    set(component ${name})
+    if(app_COMPONENT)
+        set(component ${app_COMPONENT})
+    endif()
     include(GNUInstallDirs)
     set(bundle "${CMAKE_INSTALL_LIBDIR}/lumokit/${name}.app")
     get_target_property(linux ${name} RUNTIME_OUTPUT_DIRECTORY)
@@ -52,21 +57,21 @@ function(lumokit_install_application name)
     else()
         set_target_properties(${programs} PROPERTIES INSTALL_RPATH_USE_LINK_PATH ON)
     endif()
-    install(TARGETS ${programs} RUNTIME DESTINATION "${bundle}/Contents/Linux" COMPONENT ${name})
-    install(FILES "${linux}/../Info.plist" DESTINATION "${bundle}/Contents" COMPONENT ${name})
-    install(DIRECTORY "${linux}/../Resources" DESTINATION "${bundle}/Contents" COMPONENT ${name})
+    install(TARGETS ${programs} RUNTIME DESTINATION "${bundle}/Contents/Linux" COMPONENT ${component})
+    install(FILES "${linux}/../Info.plist" DESTINATION "${bundle}/Contents" COMPONENT ${component})
+    install(DIRECTORY "${linux}/../Resources" DESTINATION "${bundle}/Contents" COMPONENT ${component})
 
     file(RELATIVE_PATH program "/prefix/${CMAKE_INSTALL_BINDIR}" "/prefix/${bundle}/Contents/Linux/${name}")
     set(link "${CMAKE_CURRENT_BINARY_DIR}/${name}-command/${app_COMMAND}")
     file(MAKE_DIRECTORY "${CMAKE_CURRENT_BINARY_DIR}/${name}-command")
     file(CREATE_LINK "${program}" "${link}" SYMBOLIC)
-    install(FILES "${link}" DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT ${name})
+    install(FILES "${link}" DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT ${component})
 
-    install(FILES ${app_DESKTOP} DESTINATION ${CMAKE_INSTALL_DATADIR}/applications COMPONENT ${name})
+    install(FILES ${app_DESKTOP} DESTINATION ${CMAKE_INSTALL_DATADIR}/applications COMPONENT ${component})
     if(app_ICON)
-        install(FILES ${app_ICON} DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps COMPONENT ${name})
+        install(FILES ${app_ICON} DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps COMPONENT ${component})
     endif()
     if(app_METAINFO)
-        install(FILES ${app_METAINFO} DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo COMPONENT ${name})
+        install(FILES ${app_METAINFO} DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo COMPONENT ${component})
     endif()
 endfunction()

@@ -16,6 +16,9 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${CMAKE_BINARY_DIR}")
 
 string(TOLOWER "lib${PROJECT_NAME}${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}" libraryPackage)
 set(CPACK_COMPONENTS_ALL runtime development)
+if(LUMOKIT_EXAMPLES)
+    list(APPEND CPACK_COMPONENTS_ALL suite)
+endif()
 
 # lumokit_package(COMPONENT PACKAGE SECTION SUMMARY DESCRIPTION DEPENDS): a component, as a package with the papers that it must have.
 find_program(GZIP gzip REQUIRED)
@@ -40,5 +43,8 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS ON)
 lumokit_package(development liblumokit-dev libdevel "headers, CMake package and generator of LumoKit"
     "What is needed to write a host with LumoKit, and the command lumokit,\nwhich makes a new one." "${libraryPackage} (= ${PROJECT_VERSION}), cmake (>= 3.25), g++, make | ninja-build")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS "xvfb, dbus, desktop-file-utils")
+lumokit_package(suite lumo-suite web "mail, calendar, inbox and dashboard on LumoKit"
+    "Four applications that each host a web application, with accounts that\nstay signed in, commands between them, and a service to try them with."
+    "${libraryPackage} (= ${PROJECT_VERSION})")
 
 include(CPack)

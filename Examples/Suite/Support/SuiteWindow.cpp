@@ -3,6 +3,7 @@
 #include "Support/SuiteSettings.h"
 
 #include <LumoKit/Platform/ApplicationKit/NSView.h>
+#include <LumoKit/Utility/FramelessWindowBehaviour.h>
 
 #include <algorithm>
 #include <cmath>
@@ -17,6 +18,7 @@ constexpr CGSize smallest{700, 480};
 constexpr double barHeight = 46;
 constexpr double controlHeight = 32;
 constexpr double gap = 12;
+constexpr double menuWidth = 36; // of what opens the menus, right of the controls
 
 std::string describe(const CGSize& size)
 {
@@ -56,7 +58,7 @@ void SuiteWindow::open()
 void SuiteWindow::addControl(const std::shared_ptr<NSView>& control, double width)
 {
     const CGSize size = window->frame().size;
-    rightmost = (rightmost == 0 ? size.width : rightmost) - gap - width;
+    rightmost = (rightmost == 0 ? size.width - menuWidth : rightmost) - gap - width;
     control->setFrame(
         {{rightmost, size.height - barHeight + (barHeight - controlHeight) / 2}, {width, controlHeight}});
     control->setAutoresizing({.minXMargin = true, .minYMargin = true});
@@ -69,6 +71,13 @@ void SuiteWindow::show(const std::shared_ptr<NSView>& page)
     page->setFrame({{}, {size.width, size.height - (rightmost == 0 ? 0 : barHeight)}});
     page->setAutoresizing(NSAutoresizing::sizable());
     window->contentView()->addSubview(page);
+    if (rightmost != 0) {
+        // The bar is all the title that the window has.
+        const auto behaviour = std::make_shared<LMFramelessWindowBehaviour>();
+        behaviour->titlebarHeight = barHeight;
+        behaviour->setOwner(window);
+        behaviour->setWindow(window);
+    }
     window->center();
     window->makeKeyAndOrderFront();
 }

@@ -9,8 +9,8 @@
 
 namespace LumoSuite {
 
-/// The window of an application: one page, with a bar of native controls above it where there are any. It is as large as
-/// it was left.
+/// The window of an application: one page, with a bar of native controls above it where there are any, which then is all
+/// the frame that the window has. It is as large as it was left.
 ///
 /// Thread: the main thread.
 class SuiteWindow : public LumoKit::NSWindowDelegate, public std::enable_shared_from_this<SuiteWindow> {
