@@ -4,6 +4,7 @@
 #include <LumoKit/Platform/ApplicationKit/NSWindow.h>
 #include <LumoKit/Platform/Native/Gtk.h>
 
+#include <Support/Panels.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -49,11 +50,9 @@ protected:
     static std::vector<GtkWidget*> lines(const NSWindow& window)
     {
         std::vector<GtkWidget*> found;
-        GtkWidget* box = gtk_bin_get_child(GTK_BIN(gtkWindow(window)));
-        for (GList* child = gtk_container_get_children(GTK_CONTAINER(box)); child;
-            child = g_list_delete_link(child, child))
-            if (GTK_IS_MENU_BAR(child->data))
-                for (GList* top = gtk_container_get_children(GTK_CONTAINER(child->data)); top;
+        for (GtkWidget* widget : LumoKit::Test::widgetsIn(GTK_WIDGET(gtkWindow(window))))
+            if (GTK_IS_MENU_BAR(widget))
+                for (GList* top = gtk_container_get_children(GTK_CONTAINER(widget)); top;
                     top = g_list_delete_link(top, top)) {
                     GtkWidget* below = gtk_menu_item_get_submenu(GTK_MENU_ITEM(top->data));
                     for (GList* line = below ? gtk_container_get_children(GTK_CONTAINER(below)) : nullptr;

@@ -17,7 +17,7 @@ constexpr double todayWidth = 96;
 
 } // namespace
 
-CalendarApplication::CalendarApplication(std::optional<URL> otherPage, Report report)
+CalendarApplication::CalendarApplication(std::optional<OtherPage> otherPage, Report report)
     : SuiteApplication(App::calendar, "calendar", std::move(otherPage), std::move(report))
 {
 }

@@ -13,7 +13,7 @@ namespace LumoSuite {
 /// Lumo for Calendar: months, and the day that the user or another application chooses.
 class CalendarApplication : public SuiteApplication {
 public:
-    CalendarApplication(std::optional<LumoKit::URL> otherPage, Report report);
+    CalendarApplication(std::optional<OtherPage> otherPage, Report report);
 
     [[nodiscard]] const std::shared_ptr<LumoKit::NSButton>& todayButton() const { return button; }
 

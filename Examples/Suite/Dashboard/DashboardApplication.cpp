@@ -16,7 +16,7 @@ using Message = PageMessage<DashboardApplication>;
 
 } // namespace
 
-DashboardApplication::DashboardApplication(std::optional<URL> otherPage, Report report)
+DashboardApplication::DashboardApplication(std::optional<OtherPage> otherPage, Report report)
     : SuiteApplication(App::dashboard, "dashboard", std::move(otherPage), std::move(report))
 {
 }

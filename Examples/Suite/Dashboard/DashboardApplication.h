@@ -11,7 +11,7 @@ namespace LumoSuite {
 /// Lumo Dashboard: the suite's accounts, the day, and what is unread; what is chosen is opened in the other applications.
 class DashboardApplication : public SuiteApplication {
 public:
-    DashboardApplication(std::optional<LumoKit::URL> otherPage, Report report);
+    DashboardApplication(std::optional<OtherPage> otherPage, Report report);
 
 private:
     [[nodiscard]] PageMessages pageMessages() const override;

@@ -14,7 +14,7 @@ constexpr double archiveWidth = 110;
 
 } // namespace
 
-GmailApplication::GmailApplication(std::optional<URL> otherPage, Report report)
+GmailApplication::GmailApplication(std::optional<OtherPage> otherPage, Report report)
     : SuiteApplication(App::gmail, "mail", std::move(otherPage), std::move(report))
 {
 }

@@ -11,7 +11,7 @@ namespace LumoSuite {
 /// Lumo for Gmail: threads, of which the open one is archived by a native control.
 class GmailApplication : public SuiteApplication {
 public:
-    GmailApplication(std::optional<LumoKit::URL> otherPage, Report report);
+    GmailApplication(std::optional<OtherPage> otherPage, Report report);
 
     [[nodiscard]] const std::shared_ptr<LumoKit::NSButton>& archiveButton() const { return button; }
 

@@ -19,7 +19,7 @@ constexpr double doneWidth = 136;
 
 } // namespace
 
-InboxApplication::InboxApplication(std::optional<URL> otherPage, Report report)
+InboxApplication::InboxApplication(std::optional<OtherPage> otherPage, Report report)
     : SuiteApplication(App::inbox, "inbox", std::move(otherPage), std::move(report))
 {
 }

@@ -15,7 +15,7 @@ namespace LumoSuite {
 /// the days that messages speak of are opened in the calendar.
 class InboxApplication : public SuiteApplication {
 public:
-    InboxApplication(std::optional<LumoKit::URL> otherPage, Report report);
+    InboxApplication(std::optional<OtherPage> otherPage, Report report);
 
     [[nodiscard]] const std::shared_ptr<LumoKit::NSButton>& doneButton() const { return button; }
 

@@ -31,10 +31,11 @@ constexpr double themeWidth = 136;
 
 } // namespace
 
-SuiteApplication::SuiteApplication(App app, std::string folder, std::optional<URL> otherPage, Report report)
+SuiteApplication::SuiteApplication(
+    App app, std::string folder, std::optional<OtherPage> otherPage, Report report)
     : report(std::move(report))
     , app(app)
-    , name(CrossApp::name(app))
+    , name(otherPage && !otherPage->name.empty() ? otherPage->name : CrossApp::name(app))
     , folder(std::move(folder))
     , otherPage(std::move(otherPage))
     , settings(Settings::create(UserDefaults::standard()))
@@ -52,7 +53,7 @@ void SuiteApplication::start()
                 application->mainWindow->setTitle(*change.newValue.asText());
         });
         mainWindow->show(view);
-        return view->load(*otherPage);
+        return view->load(otherPage->address);
     }
     receiveLinks();
     makeMenu();

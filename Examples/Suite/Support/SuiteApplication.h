@@ -22,6 +22,12 @@
 
 namespace LumoSuite {
 
+/// What an application shows instead of its own page.
+struct OtherPage {
+    LumoKit::URL address;
+    std::string name; // the application's for this page; empty for its own
+};
+
 /// What the suite's applications have in common: a window with a page of the suite's service, accounts that it is shown
 /// for, light and dark, a script that the service gives out, a menu bar, and commands of the other applications.
 ///
@@ -52,7 +58,7 @@ public:
 protected:
     /// An application whose page is in a folder of the service ("inbox"), or that shows any other page instead.
     /// `report` is told what happens, a line each.
-    SuiteApplication(App app, std::string folder, std::optional<LumoKit::URL> otherPage, Report report);
+    SuiteApplication(App app, std::string folder, std::optional<OtherPage> otherPage, Report report);
 
     // What one of them adds.
 
@@ -143,7 +149,7 @@ private:
     const App app;
     const std::string name;
     const std::string folder;
-    const std::optional<LumoKit::URL> otherPage;
+    const std::optional<OtherPage> otherPage;
     const std::shared_ptr<LumoKit::Settings> settings;
     std::unique_ptr<ServiceProcess> service;
     std::shared_ptr<LumoKit::NSPopUpButton> themes;

@@ -16,7 +16,8 @@ using namespace LumoKit;
 namespace {
 
 struct Options {
-    std::optional<URL> page;
+    std::optional<OtherPage> page;
+    std::string name;
     std::optional<std::string> picture;
     std::optional<std::string> scheme;
 };
@@ -31,15 +32,22 @@ std::optional<Options> parse(std::span<char*> arguments)
         if (++index == arguments.size())
             return std::nullopt;
         const std::string_view value = arguments[index];
-        if (name == "--page" && (options.page = URL::parse(value)) && options.page->scheme())
-            continue;
-        if (name == "--tour")
+        if (name == "--page") {
+            const auto address = URL::parse(value);
+            if (!address || !address->scheme())
+                return std::nullopt;
+            options.page = OtherPage{*address, ""};
+        } else if (name == "--name")
+            options.name = value;
+        else if (name == "--tour")
             options.picture = value;
         else if (name == "--register")
             options.scheme = value;
         else
             return std::nullopt;
     }
+    if (options.page)
+        options.page->name = options.name;
     return options;
 }
 
@@ -57,8 +65,8 @@ int suiteMain(const SuiteProgram& program, int count, char** arguments)
     const auto options = parse({arguments, static_cast<std::size_t>(count)});
     if (!options) {
         std::fprintf(stderr,
-            "usage: %s [--page URL] [--tour PICTURE] [LINK...]\n       %s --register SCHEME\n", arguments[0],
-            arguments[0]);
+            "usage: %s [--page URL [--name NAME]] [--tour PICTURE] [LINK...]\n       %s --register SCHEME\n",
+            arguments[0], arguments[0]);
         return 2;
     }
     if (options->scheme)

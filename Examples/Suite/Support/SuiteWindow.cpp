@@ -18,6 +18,7 @@ constexpr CGSize smallest{700, 480};
 constexpr double barHeight = 46;
 constexpr double controlHeight = 32;
 constexpr double gap = 12;
+constexpr double heightOfTitle = 22;
 constexpr double menuWidth = 36; // of what opens the menus, right of the controls
 
 std::string describe(const CGSize& size)
@@ -51,7 +52,6 @@ void SuiteWindow::open()
         + describe(size));
     window = NSWindow::create({{}, size});
     window->setMinSize(smallest);
-    window->setDelegate(weak_from_this());
     setTitle("");
 }
 
@@ -72,12 +72,17 @@ void SuiteWindow::show(const std::shared_ptr<NSView>& page)
     page->setAutoresizing(NSAutoresizing::sizable());
     window->contentView()->addSubview(page);
     if (rightmost != 0) {
-        // The bar is all the title that the window has.
+        // The bar is all the title that the window has. It gets the height of the title that it loses, which is not to make it
+        // higher at every start.
+        CGRect frame = window->frame();
+        frame.size.height -= heightOfTitle;
+        window->setFrame(frame);
         const auto behaviour = std::make_shared<LMFramelessWindowBehaviour>();
         behaviour->titlebarHeight = barHeight;
         behaviour->setOwner(window);
         behaviour->setWindow(window);
     }
+    window->setDelegate(weak_from_this());
     window->center();
     window->makeKeyAndOrderFront();
 }
