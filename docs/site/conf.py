@@ -1,5 +1,6 @@
 """How Sphinx makes the site of the pages that build.py has put together."""
 
+import html
 import json
 import re
 from pathlib import Path
@@ -35,19 +36,21 @@ html_show_search_summary = False  # it would be read by requests, which file: ha
 def keep_sources(app, docname, source):
     """A link to a file of the project that is no page leads to a copy of that file."""
     page = TREE / "docs" / docname if docname != "changelog" else TREE / "CHANGELOG"
+    up = "../" * docname.count("/")
 
     def replaced(link):
         target = (page.parent / link[2]).resolve()
-        if link[2].endswith(".md") and target.exists() and TREE / "docs" not in target.parents:
-            return f"{link[1]}{'../' * docname.count('/')}{ {'CHANGELOG.md': 'changelog.md', 'README.md': 'index.md'}[target.name] })"
-        if "/" not in link[2] or not target.is_file() or TREE / "docs" in target.parents:
+        if not target.is_file() or TREE / "docs" in target.parents:
             return link[0]
-        copy = Path(app.outdir, "sources", target.relative_to(TREE)).with_suffix(target.suffix + ".txt")
-        copy.parent.mkdir(parents=True, exist_ok=True)
-        copy.write_text(target.read_text())
-        return f"[{link[1][1:-2]}]({'../' * docname.count('/')}sources/{target.relative_to(TREE)}.txt)"
+        elsewhere = {"README.md": "index.md", "CHANGELOG.md": "changelog.md"}.get(str(target.relative_to(TREE)))
+        if elsewhere:
+            return f"[{link[1]}]({up}{elsewhere})"
+        copy = Path("sources", target.relative_to(TREE)).with_suffix(target.suffix + ".txt")
+        Path(app.outdir, copy).parent.mkdir(parents=True, exist_ok=True)
+        Path(app.outdir, copy).write_text(target.read_text())
+        return f'<a href="{up}{copy}">{html.escape(link[1])}</a>'
 
-    source[0] = re.sub(r"(\[[^\]]*\]\()([\w./+-]+)\)", replaced, source[0])
+    source[0] = re.sub(r"\[([^\]]*)\]\(([\w./+-]+)\)", replaced, source[0])
 
 
 # ---- names that the reference explains ---------------------------------------------------------------------------------

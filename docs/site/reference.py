@@ -6,6 +6,7 @@ C++, and below it what its comment says.
 
 import json
 import re
+import sys
 import textwrap
 import xml.etree.ElementTree as ElementTree
 from pathlib import Path
@@ -187,7 +188,7 @@ def template_line(node):
         default = plain(parameter.find("defval"))
         names.append(text + (" = " + default if default else ""))
     requires = plain(node.find("requiresclause"))
-    return f"template <{', '.join(names)}>\n" + (f"    requires {requires}\n" if requires else "")
+    return spelled(f"template <{', '.join(names)}>\n") + (f"    requires {requires}\n" if requires else "")
 
 
 def function(node):
@@ -303,8 +304,9 @@ class Reference:
 
     def page(self, header, page):
         public = re.sub(r"^Sources/", "", header)
-        file = self.files.get(header)
-        intro = description(file) if file is not None else ""
+        if header not in self.files:
+            sys.exit(f"Doxygen has not read {header}")
+        intro = description(self.files[header])
         entries = [(self.line(node), node) for node in self.classes.get(header, ()) if is_for_hosts(node)]
         entries += [(self.line(node), node) for node in self.members.get(header, ()) if is_for_hosts(node)]
         entries.sort(key=lambda entry: entry[0])
@@ -315,7 +317,8 @@ class Reference:
                 text += self.group(group, page, "", used)
                 group = []
                 text += self.type(node, page, used)
-                summary = summary or description(node)
+                named = plain(node.find("compoundname")) == f"LumoKit::{Path(header).stem}"
+                summary = description(node) if named and not intro else summary or description(node)
             else:
                 group.append(node)
                 if self.starts(group):
@@ -323,7 +326,7 @@ class Reference:
                     group = group[-1:]
                 summary = summary or description(node)
         text += self.group(group, page, "", used)
-        summary = re.split(r"(?<=[.:])\s|\n\n", summary, 1)[0].rstrip(":").replace("\n", " ")
+        summary = re.split(r"(?<=[.])\s|\n\n", summary, 1)[0].rstrip(":").replace("\n", " ").replace("|", "\\|")
         return text, summary
 
     @staticmethod
