@@ -54,6 +54,8 @@ constexpr std::size_t keptRoom = 1 << 20;
 
 std::optional<Value> readJSON(std::string_view text)
 {
+    if (text.empty())
+        return std::nullopt; // the library copies texts from where they are, and an empty one may be nowhere
     thread_local std::unique_ptr<dom::parser> parser;
     if (!parser) {
         parser = std::make_unique<dom::parser>();

@@ -6,8 +6,10 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <memory>
 #include <thread>
 
@@ -16,6 +18,9 @@ namespace LumoKit::detail {
 namespace {
 
 thread_local bool isNetworkThread = false;
+
+/// How long the end of the process waits for a piece of work that is under way; they take far less.
+constexpr std::chrono::seconds longestPiece(2);
 
 /// A source that calls a function whenever it is ready.
 struct Calling {
@@ -62,6 +67,7 @@ NetworkThread::NetworkThread()
     if (wakeUp < 0)
         fatalError("no file descriptor is left for the network thread");
     std::thread([this] { run(); }).detach();
+    std::atexit([] { shared().rest(); });
 }
 
 void NetworkThread::run() noexcept
@@ -72,13 +78,50 @@ void NetworkThread::run() noexcept
     const Source source = makeSource("LumoKit network", [this] { drain(); });
     g_source_add_unix_fd(source.get(), wakeUp, G_IO_IN);
     g_source_attach(source.get(), context);
-    while (true)
+    while (!isEnding)
         g_main_context_iteration(context, TRUE);
+    g_main_context_pop_thread_default(context);
+    rests.release();
+    while (true)
+        ::pause(); // until the process is gone
+}
+
+void NetworkThread::rest()
+{
+    if (isCurrent())
+        return; // it is the one that ends the process
+    isEnding = true;
+    g_main_context_wakeup(context);
+    if (!rests.try_acquire_for(longestPiece))
+        return;
+    std::vector<Work> left;
+    {
+        const std::lock_guard lock(mutex);
+        hasEnded = true;
+        left.swap(incoming);
+    }
+    for (Work& work : left)
+        doHere(work);
+}
+
+void NetworkThread::doHere(Work& work)
+{
+    const std::lock_guard lock(here);
+    const bool before = std::exchange(isNetworkThread, true);
+    g_main_context_push_thread_default(context);
+    work();
+    work = nullptr;
+    g_main_context_pop_thread_default(context);
+    isNetworkThread = before;
 }
 
 void NetworkThread::async(Work work)
 {
-    const std::lock_guard lock(mutex);
+    std::unique_lock lock(mutex);
+    if (hasEnded) {
+        lock.unlock();
+        return doHere(work);
+    }
     if (incoming.empty()) {
         const std::uint64_t one = 1;
         [[maybe_unused]] const auto written =

@@ -2,9 +2,11 @@
 
 #include <LumoKit/Platform/Native/Source.h>
 
+#include <atomic>
 #include <functional>
 #include <future>
 #include <mutex>
+#include <semaphore>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -12,7 +14,11 @@
 namespace LumoKit::detail {
 
 /// The one thread on which the network is spoken, with a main loop of its own: sessions, transfers and cookies of libsoup
-/// live there and nowhere else. It is started at first use and stays; nothing on it waits for another thread.
+/// live there and nowhere else. It is started at first use and stays until the process exits; nothing on it waits for
+/// another thread.
+///
+/// While the process exits, libraries are taken down in which it may be at work, or which it may just be loading. It comes
+/// to rest before that, and whoever then still asks for something does it on their own thread.
 ///
 /// Thread: any.
 class NetworkThread {
@@ -43,11 +49,17 @@ private:
     NetworkThread();
     void run() noexcept;
     void drain() noexcept;
+    void doHere(Work& work);
+    void rest();
 
     GMainContext* const context;
     const int wakeUp;
     std::mutex mutex;
     std::vector<Work> incoming; // guarded by mutex
+    std::atomic<bool> isEnding = false;
+    std::binary_semaphore rests{0}; // once it does
+    bool hasEnded = false; // it rests; guarded by mutex
+    std::recursive_mutex here; // of those who do its work after that
 };
 
 /// Calls `work` when `seconds` have passed, unless it is destroyed or set anew before. Less than zero and what is not a

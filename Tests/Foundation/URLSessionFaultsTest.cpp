@@ -3,10 +3,14 @@
 #include "Support/SocketServer.h"
 #include "Support/TestServer.h"
 
+#include <LumoKit/Platform/Foundation/HTTPCookieStorage.h>
+
 #include <gio/gio.h>
 #include <gmock/gmock.h>
 #include <stdlib.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <future>
 
 using namespace LumoKit;
@@ -352,6 +356,34 @@ TEST_F(URLSessionFaultsTest, ACancelledTaskLetsGoOfItsConnection)
     loading->task->cancel();
     ASSERT_TRUE(waitFor(*loading));
     EXPECT_TRUE(LumoKit::Test::waitUntil([&] { return ended.load(); }));
+}
+
+using URLSessionDeathTest = URLSessionFaultsTest;
+
+TEST_F(URLSessionDeathTest, AProcessMayEndWhileALoadBegins)
+{
+    for (int attempt = 0; attempt < 5; ++attempt)
+        EXPECT_EXIT(
+            {
+                const auto url = URL::parse(LumoKit::Test::refusedOrigin() + "/");
+                URLSession::shared()->dataTask(URLRequest(*url), [](auto&&...) { })->resume();
+                std::exit(0);
+            },
+            testing::ExitedWithCode(0), "");
+}
+
+TEST_F(URLSessionDeathTest, WhatIsAskedForWhileTheProcessEndsIsDone)
+{
+    EXPECT_EXIT(
+        {
+            // Runs after what the network has to do at the end: it is registered before.
+            std::atexit([] {
+                const auto count = HTTPCookieStorage::inMemory()->cookies().size();
+                std::fprintf(stderr, "%zu cookies", count);
+            });
+            std::exit(HTTPCookieStorage::inMemory()->cookies().empty() ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "0 cookies");
 }
 
 } // namespace
