@@ -12,6 +12,7 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SOURCE lumokit)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${CMAKE_BINARY_DIR}")
 
 string(TOLOWER "lib${PROJECT_NAME}${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}" libraryPackage)
@@ -39,12 +40,12 @@ endfunction()
 
 lumokit_package(runtime ${libraryPackage} libs "framework for desktop applications around one web application"
     "LumoKit hosts a web application in a window and adds native behaviour\naround it: settings, accounts with cookies of their own, links between\napplications, keys, alerts, printing." "")
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${CMAKE_SOURCE_DIR}/packaging/debian/triggers")
 lumokit_package(development liblumokit-dev libdevel "headers, CMake package and generator of LumoKit"
     "What is needed to write a host with LumoKit, and the command lumokit,\nwhich makes a new one." "${libraryPackage} (= ${PROJECT_VERSION}), cmake (>= 3.25), g++, make | ninja-build")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS "xvfb, dbus, desktop-file-utils")
 lumokit_package(suite lumo-suite web "mail, calendar, inbox and dashboard on LumoKit"
     "Four applications that each host a web application, with accounts that\nstay signed in, commands between them, and a service to try them with."
-    "${libraryPackage} (= ${PROJECT_VERSION})")
+    "${libraryPackage} (= ${PROJECT_VERSION}), desktop-file-utils, adwaita-icon-theme, fonts-dejavu-core | fonts-cantarell")
 
 include(CPack)

@@ -256,7 +256,7 @@ TEST_F(URLSessionFaultsTest, ABodyOfAGigabyte)
     });
     EXPECT_EQ(endless->code(), NSURLErrorDataLengthExceedsMaximum);
     EXPECT_LT(sent, 128);
-    EXPECT_LT(LumoKit::Test::peakMemory() - before, 500u << 20); // with a sanitizer, three times as much
+    EXPECT_LT(LumoKit::Test::peakMemory() - before, LumoKit::Test::megabytes(300));
 
     sent = 0;
     const auto announced = loadFrom([&](Connection& connection) {

@@ -196,7 +196,7 @@ TEST_F(InjectDownloaderTest, AnEndlessScriptIsNone)
         for (int sent = 0; sent < 1024 && connection.send(megabyte); ++sent) { }
     }),
         shipped);
-    EXPECT_LT(peakMemory() - before, 300u << 20);
+    EXPECT_LT(peakMemory() - before, LumoKit::Test::megabytes(300));
 }
 
 TEST_F(InjectDownloaderTest, ASilentServerHasSixtySeconds)
