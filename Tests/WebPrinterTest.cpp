@@ -36,7 +36,8 @@ struct WebPrinterTest : ::testing::Test {
     ~WebPrinterTest() override
     {
         window->close();
-        EXPECT_TRUE(waitForOthers([] { return panels().empty(); })); // one that was answered goes a turn later
+        EXPECT_TRUE(
+            waitForOthers([] { return panels().empty(); })); // one that was answered goes a turn later
     }
 
     /// What follows in the queue of whatever came before: another document, until it would be printed.
