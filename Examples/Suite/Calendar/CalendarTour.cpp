@@ -4,6 +4,9 @@
 
 #include <LumoKit/Utility/URLCommandParser.h>
 
+#include <algorithm>
+#include <iterator>
+
 namespace LumoSuite {
 
 using namespace LumoKit;
@@ -50,15 +53,9 @@ std::vector<Tour::Step> calendarTour(
             steps.run("document.querySelector('[tabindex=\"0\"]').dispatchEvent(new KeyboardEvent("
                       "'keydown', {key: 'ArrowRight', bubbles: true}))"),
             "day shown: "},
-        {"the user chooses the dark theme", steps.choose(ThemeMode::forceDark), "theme chosen: forceDark"},
-        steps.awaitDark(),
-        steps.awaitPainting(),
-        steps.savePicture("-dark"),
-        steps.resize(),
-        steps.failInPage(),
-        steps.closeWindow(),
     };
     walk.insert(walk.end(), ofItsOwn.begin(), ofItsOwn.end());
+    std::ranges::copy(steps.throughTheDark(), std::back_inserter(walk));
     return walk;
 }
 

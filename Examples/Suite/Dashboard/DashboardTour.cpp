@@ -1,5 +1,8 @@
 #include "Dashboard/DashboardTour.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace LumoSuite {
 
 using namespace LumoKit;
@@ -16,15 +19,9 @@ std::vector<Tour::Step> dashboardTour(const std::weak_ptr<DashboardApplication>&
         {"its day is known", {}, "account shown: noor@example.com"},
         {"the first account comes back", steps.chooseAccount("Robin Ellery"),
             "account shown: robin@example.com"},
-        {"the user chooses the dark theme", steps.choose(ThemeMode::forceDark), "theme chosen: forceDark"},
-        steps.awaitDark(),
-        steps.awaitPainting(),
-        steps.savePicture("-dark"),
-        steps.resize(),
-        steps.failInPage(),
-        steps.closeWindow(),
     };
     walk.insert(walk.end(), ofItsOwn.begin(), ofItsOwn.end());
+    std::ranges::copy(steps.throughTheDark(), std::back_inserter(walk));
     return walk;
 }
 

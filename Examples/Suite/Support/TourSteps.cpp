@@ -152,6 +152,19 @@ std::vector<Tour::Step> TourSteps::throughAnyPage() const
     };
 }
 
+std::vector<Tour::Step> TourSteps::throughTheDark() const
+{
+    return {
+        {"the user chooses the dark theme", choose(ThemeMode::forceDark), "theme chosen: forceDark"},
+        awaitDark(),
+        awaitPainting(),
+        savePicture("-dark"),
+        resize(),
+        failInPage(),
+        closeWindow(),
+    };
+}
+
 std::vector<Tour::Step> TourSteps::throughAccounts(const std::string& folder) const
 {
     return {

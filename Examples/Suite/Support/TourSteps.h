@@ -48,6 +48,8 @@ public:
 
     /// The walk through any page: it loads, and a picture is saved.
     [[nodiscard]] std::vector<Tour::Step> throughAnyPage() const;
+    /// How a walk ends: in the dark theme, with a picture of it, in a window of another size, past an error of the page.
+    [[nodiscard]] std::vector<Tour::Step> throughTheDark() const;
     /// The beginning of the walk through a page of the suite: two readers sign in, with pictures of the form, and are
     /// shown in turn. Robin is shown when it ends.
     [[nodiscard]] std::vector<Tour::Step> throughAccounts(const std::string& folder) const;
