@@ -21,7 +21,7 @@ namespace LumoKit::detail {
 namespace {
 
 /// What a desktop runs on X11 to tell every program of its settings; here one setting, the theme's name. The whole
-/// screen has one of them, so that no other test may run meanwhile.
+/// screen has one of them.
 class SettingsManager {
 public:
     explicit SettingsManager(const std::string& theme)

@@ -1,5 +1,4 @@
-// What the second start of an application does to the windows of the first. No other test runs beside these: without a
-// window manager, whoever asks for the keyboard gets it.
+// What the second start of an application does to the windows of the first.
 
 #include <LumoKit/Platform/ApplicationKit/NSApplication.h>
 #include <LumoKit/Platform/ApplicationKit/NSWindow.h>
