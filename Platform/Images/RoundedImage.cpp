@@ -20,6 +20,7 @@ using detail::PixelsPtr;
 
 constexpr double largestSize = 4096; // points
 constexpr double contentScale = 2; // pixels a point that the picture is kept with
+constexpr std::size_t largestAhead = 512 * 512; // pixels that are drawn before anybody asks for them
 
 PixelSize pixelSize(const CGSize& points, double scale)
 {
@@ -65,7 +66,8 @@ void addRoundedRectangle(cairo_t* context, const CGSize& size, double radius, co
     cairo_close_path(context);
 }
 
-/// A picture, and the shape that it is drawn in at any scale.
+/// A picture, and the shape that it is drawn in at any scale. A small one is drawn at once, at the scale that it is kept with, by
+/// the thread that makes it: the one that shows it has better things to do.
 class RoundedImage final : public NSImage::Native {
 public:
     RoundedImage(PixelsPtr picture, const CGSize& points, double cornerRadius, const RectCorner& roundCorners,
@@ -75,20 +77,35 @@ public:
         , radius(std::clamp(cornerRadius, 0.0, std::min(points.width, points.height) / 2))
         , corners(roundCorners)
         , background(backgroundColor)
+        , ahead(drawAhead())
     {
     }
 
-    [[nodiscard]] PixelsPtr pixels(double scale) const override { return draw(pixelSize(size, scale)); }
+    [[nodiscard]] PixelsPtr pixels(double scale) const override { return at(pixelSize(size, scale)); }
 
     [[nodiscard]] PixelsPtr pixelsCovering(const PixelSize& needed) const override
     {
         const double scale = std::max(needed.width / size.width, needed.height / size.height);
-        return draw(pixelSize(size, std::min(scale, std::max(1.0, content->size.width / size.width))));
+        return at(pixelSize(size, std::min(scale, std::max(1.0, content->size.width / size.width))));
     }
 
-    [[nodiscard]] std::size_t cost() const override { return content->data.size() * sizeof(std::uint32_t); }
+    [[nodiscard]] std::size_t cost() const override
+    {
+        return (content->data.size() + (ahead ? ahead->data.size() : 0)) * sizeof(std::uint32_t);
+    }
 
 private:
+    [[nodiscard]] PixelsPtr at(const PixelSize& wanted) const
+    {
+        return ahead && wanted == ahead->size ? ahead : draw(wanted);
+    }
+
+    [[nodiscard]] PixelsPtr drawAhead() const
+    {
+        const auto wanted = pixelSize(size, contentScale);
+        return wanted.area() <= largestAhead ? draw(wanted) : nullptr;
+    }
+
     [[nodiscard]] PixelsPtr draw(const PixelSize& wanted) const
     {
         const bool isSmaller = wanted.width <= content->size.width && wanted.height <= content->size.height;
@@ -124,6 +141,7 @@ private:
     const double radius;
     const RectCorner corners;
     const std::optional<NSColor> background;
+    const PixelsPtr ahead; // the last to be made: it takes the others
 };
 
 } // namespace

@@ -130,7 +130,16 @@ TEST(RoundedImage, IsEnlargedWithoutASeeThroughEdge)
 TEST(RoundedImage, KeepsTwicePointsOfALargePictureAndNoMore)
 {
     const auto rounded = image(*pictureOf(1000, 800, photograph), 28, {56, 56});
-    EXPECT_EQ(rounded->nativeImage().cost(), 112U * 112 * 4);
+    EXPECT_EQ(rounded->nativeImage().cost(), 2 * 112U * 112 * 4); // the picture, and what is drawn of it
+}
+
+TEST(RoundedImage, IsDrawnByWhoeverMakesItUnlessItIsLarge)
+{
+    const auto small = image(*pictureOf(1000, 800, photograph), 28, {56, 56});
+    EXPECT_EQ(small->nativeImage().pixels(2), small->nativeImage().pixels(2)); // not drawn anew
+    EXPECT_NE(small->nativeImage().pixels(1), small->nativeImage().pixels(1));
+    const auto large = image(*pictureOf(20, 20, plain), 28, {4000, 4000});
+    EXPECT_LE(large->nativeImage().cost(), 20U * 20 * 4);
 }
 
 TEST(RoundedImage, HasNoRadiusBeyondHalfItsSize)

@@ -1,7 +1,8 @@
 #include "Support/PrivateData.h"
 
-#include <cstdlib>
 #include <gtest/gtest.h>
+
+#include <cstdlib>
 #include <string>
 
 namespace {

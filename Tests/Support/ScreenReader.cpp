@@ -4,6 +4,9 @@
 //   tree            the roles, names and descriptions of the alerts and dialogs, and of everything in them
 //   press NAME      does the action of the push button or check box of that name, in an alert or dialog
 //   enter TEXT      replaces the text of the first field for one in an alert or dialog
+//   follow TEXT     does the action of the first link or item of a list whose name has that text, in any window and its page
+//
+// It ends with 1 if there is no such thing.
 
 #include <atspi/atspi.h>
 
@@ -37,7 +40,8 @@ bool visitAll(AtspiAccessible* object, int depth, const std::function<bool(Atspi
     return false;
 }
 
-bool visitPanels(unsigned process, const std::function<bool(AtspiAccessible*, int)>& visit)
+/// The windows of a process, and all that is in them.
+bool visitWindows(unsigned process, const std::function<bool(AtspiAccessible*)>& visitWindow)
 {
     AtspiAccessible* desktop = atspi_get_desktop(0);
     bool found = false;
@@ -47,16 +51,41 @@ bool visitPanels(unsigned process, const std::function<bool(AtspiAccessible*, in
         if (!application)
             continue;
         if (atspi_accessible_get_process_id(application, nullptr) == process)
-            found = visitAll(application, 0, [&](AtspiAccessible* window, int depth) {
-                const AtspiRole role = atspi_accessible_get_role(window, nullptr);
-                const bool isPanel =
-                    role == ATSPI_ROLE_ALERT || role == ATSPI_ROLE_DIALOG || role == ATSPI_ROLE_FILE_CHOOSER;
-                return depth == 1 && isPanel && visitAll(window, 0, visit);
-            });
+            found = visitAll(application, 0,
+                [&](AtspiAccessible* object, int depth) { return depth == 1 && visitWindow(object); });
         g_object_unref(application);
     }
     g_object_unref(desktop);
     return found;
+}
+
+bool visitPanels(unsigned process, const std::function<bool(AtspiAccessible*, int)>& visit)
+{
+    return visitWindows(process, [&](AtspiAccessible* window) {
+        const AtspiRole role = atspi_accessible_get_role(window, nullptr);
+        return (role == ATSPI_ROLE_ALERT || role == ATSPI_ROLE_DIALOG || role == ATSPI_ROLE_FILE_CHOOSER)
+            && visitAll(window, 0, visit);
+    });
+}
+
+bool act(AtspiAccessible* object)
+{
+    AtspiAction* action = atspi_accessible_get_action_iface(object);
+    const bool done = action && atspi_action_do_action(action, 0, nullptr);
+    g_clear_object(&action);
+    return done;
+}
+
+bool follow(unsigned process, const std::string& text)
+{
+    return visitWindows(process, [&](AtspiAccessible* window) {
+        return visitAll(window, 0, [&](AtspiAccessible* object, int) {
+            const AtspiRole role = atspi_accessible_get_role(object, nullptr);
+            return (role == ATSPI_ROLE_LINK || role == ATSPI_ROLE_LIST_ITEM)
+                && take(atspi_accessible_get_name(object, nullptr)).find(text) != std::string::npos
+                && act(object);
+        });
+    });
 }
 
 } // namespace
@@ -79,6 +108,8 @@ int main(int count, char** arguments)
         });
         return 0;
     }
+    if (command == "follow")
+        return follow(process, argument) ? 0 : 1;
     const bool done = visitPanels(process, [&](AtspiAccessible* object, int) {
         const AtspiRole role = atspi_accessible_get_role(object, nullptr);
         if (command == "enter") {
@@ -90,13 +121,8 @@ int main(int count, char** arguments)
             g_object_unref(field);
             return entered;
         }
-        if ((role != ATSPI_ROLE_PUSH_BUTTON && role != ATSPI_ROLE_CHECK_BOX)
-            || take(atspi_accessible_get_name(object, nullptr)) != argument)
-            return false;
-        AtspiAction* action = atspi_accessible_get_action_iface(object);
-        const bool pressed = action && atspi_action_do_action(action, 0, nullptr);
-        g_clear_object(&action);
-        return pressed;
+        return (role == ATSPI_ROLE_PUSH_BUTTON || role == ATSPI_ROLE_CHECK_BOX)
+            && take(atspi_accessible_get_name(object, nullptr)) == argument && act(object);
     });
     return done ? 0 : 1;
 }
