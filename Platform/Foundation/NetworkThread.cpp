@@ -1,13 +1,14 @@
 #include "NetworkThread.h"
 
 #include <LumoKit/Platform/Foundation/FatalError.h>
+#include <LumoKit/Platform/Native/Source.h>
 
+#include <glib-unix.h>
 #include <pthread.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <chrono>
-#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
@@ -21,35 +22,6 @@ thread_local bool isNetworkThread = false;
 
 /// How long the end of the process waits for a piece of work that is under way; they take far less.
 constexpr std::chrono::seconds longestPiece(2);
-
-/// A source that calls a function whenever it is ready.
-struct Calling {
-    GSource base;
-    std::function<void()>* work;
-};
-
-gboolean call(GSource* source, GSourceFunc, gpointer) noexcept
-{
-    // The work may destroy its own source, and with that itself.
-    const std::function<void()> work = *reinterpret_cast<Calling*>(source)->work;
-    work();
-    return G_SOURCE_CONTINUE;
-}
-
-void finalize(GSource* source) noexcept
-{
-    delete reinterpret_cast<Calling*>(source)->work;
-}
-
-GSourceFuncs calling = {nullptr, nullptr, &call, &finalize, nullptr, nullptr};
-
-Source makeSource(const char* name, std::function<void()> work)
-{
-    GSource* source = g_source_new(&calling, sizeof(Calling));
-    reinterpret_cast<Calling*>(source)->work = new std::function<void()>(std::move(work));
-    g_source_set_static_name(source, name);
-    return Source::adopt(source);
-}
 
 } // namespace
 
@@ -75,8 +47,13 @@ void NetworkThread::run() noexcept
     ::pthread_setname_np(::pthread_self(), "LumoKit.Network");
     isNetworkThread = true;
     g_main_context_push_thread_default(context);
-    const Source source = makeSource("LumoKit network", [this] { drain(); });
-    g_source_add_unix_fd(source.get(), wakeUp, G_IO_IN);
+    const Source source = Source::adopt(g_unix_fd_source_new(wakeUp, G_IO_IN));
+    const GUnixFDSourceFunc isAsked = [](gint, GIOCondition, gpointer thread) noexcept -> gboolean {
+        static_cast<NetworkThread*>(thread)->drain();
+        return G_SOURCE_CONTINUE;
+    };
+    g_source_set_callback(source.get(), G_SOURCE_FUNC(isAsked), this, nullptr);
+    g_source_set_static_name(source.get(), "LumoKit network");
     g_source_attach(source.get(), context);
     while (!isEnding)
         g_main_context_iteration(context, TRUE);
@@ -148,22 +125,6 @@ void NetworkThread::drain() noexcept
 bool NetworkThread::isCurrent() const
 {
     return isNetworkThread;
-}
-
-Source networkTimer(double seconds, std::function<void()> work)
-{
-    Source timer = makeSource("LumoKit network timer", std::move(work));
-    setNetworkTimer(timer, seconds);
-    g_source_attach(timer.get(), g_main_context_get_thread_default());
-    return timer;
-}
-
-void setNetworkTimer(const Source& timer, double seconds)
-{
-    const double microseconds = std::ceil(std::fmax(seconds, 0) * 1e6); // not a number counts as zero
-    constexpr double longest = 1e18;
-    g_source_set_ready_time(timer.get(),
-        microseconds < longest ? g_get_monotonic_time() + static_cast<gint64>(microseconds) : -1);
 }
 
 } // namespace LumoKit::detail

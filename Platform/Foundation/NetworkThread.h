@@ -1,6 +1,6 @@
 #pragma once
 
-#include <LumoKit/Platform/Native/Source.h>
+#include <glib.h>
 
 #include <atomic>
 #include <functional>
@@ -61,11 +61,5 @@ private:
     bool hasEnded = false; // it rests; guarded by mutex
     std::recursive_mutex here; // of those who do its work after that
 };
-
-/// Calls `work` when `seconds` have passed, unless it is destroyed or set anew before. Less than zero and what is not a
-/// number count as zero; what lies beyond the clock's range never comes.
-/// Thread: the network thread.
-[[nodiscard]] Source networkTimer(double seconds, std::function<void()> work);
-void setNetworkTimer(const Source& timer, double seconds);
 
 } // namespace LumoKit::detail

@@ -1,7 +1,6 @@
 #include "URLTransfer.h"
 
 #include "HTTPCaching.h"
-#include "NetworkThread.h"
 #include "URLTransferError.h"
 
 #include <LumoKit/Platform/Foundation/Characters.h>
@@ -100,10 +99,11 @@ void URLTransfer::start()
         return;
 
     began = didArrive = NetworkClock::now();
-    timer = networkTimer(timeLeft(), [weak = weak_from_this()] {
+    timer = NetworkTimer([weak = weak_from_this()] {
         if (const auto self = weak.lock())
             self->checkTime();
     });
+    timer.set(timeLeft());
     observe();
     soup_session_send_async(
         session->soup(), message.get(), G_PRIORITY_DEFAULT, cancellable.get(),
@@ -212,7 +212,7 @@ void URLTransfer::checkTime()
 {
     const double left = timeLeft();
     if (left > 0)
-        return setNetworkTimer(timer, left);
+        return timer.set(left);
     const bool isLong = std::chrono::duration<double>(NetworkClock::now() - began).count()
         >= session->configuration.timeoutIntervalForResource;
     fail(NSURLErrorTimedOut, isLong ? "It took too long altogether." : "Nothing arrived for too long.");

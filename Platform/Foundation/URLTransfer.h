@@ -1,10 +1,10 @@
 #pragma once
 
+#include "NetworkTimer.h"
 #include "URLSessionNative.h"
 
 #include <LumoKit/Platform/Native/Handles.h>
 #include <LumoKit/Platform/Native/SignalConnection.h>
-#include <LumoKit/Platform/Native/Source.h>
 
 #include <array>
 #include <chrono>
@@ -69,7 +69,7 @@ private:
     GTlsCertificateFlags certificateErrors = G_TLS_CERTIFICATE_NO_FLAGS;
 
     std::array<SignalConnection, 3> connections;
-    Source timer;
+    NetworkTimer timer;
     NetworkClock::time_point began;
     NetworkClock::time_point didArrive; // anything, last
 };
