@@ -247,7 +247,7 @@ void URLTransfer::didSend(GInputStream* opened, const GErrorPtr& error)
     if (announced > 0 && std::cmp_greater(announced, most)
         && !response->valueForHTTPHeaderField("Content-Encoding") && request.httpMethod != "HEAD")
         return fail(NSURLErrorDataLengthExceedsMaximum, "The body is too long.");
-    buffer = std::make_unique_for_overwrite<std::array<std::byte, 65536>>();
+    buffer = std::make_unique_for_overwrite<Buffer>();
     readMore();
 }
 

@@ -39,6 +39,8 @@ public:
 
 private:
     using NetworkClock = std::chrono::steady_clock;
+    /// The allocator tidies its whole heap up whenever a block of twice that size is freed.
+    using Buffer = std::array<std::byte, 32768>;
 
     [[nodiscard]] bool finishFromCache();
     [[nodiscard]] ObjectPtr<SoupMessage> makeMessage() const;
@@ -64,7 +66,7 @@ private:
     ObjectPtr<SoupMessage> message;
     ObjectPtr<GInputStream> stream;
     std::shared_ptr<const HTTPURLResponse> response;
-    std::unique_ptr<std::array<std::byte, 65536>> buffer;
+    std::unique_ptr<Buffer> buffer;
     Data body;
     GTlsCertificateFlags certificateErrors = G_TLS_CERTIFICATE_NO_FLAGS;
 
