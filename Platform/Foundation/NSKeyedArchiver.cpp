@@ -1,73 +1,38 @@
+#include "BinaryPropertyListWriter.h"
 #include "KeyedArchiveForm.h"
-#include "PropertyListNative.h"
-#include "PropertyListShape.h"
 
 #include <LumoKit/Platform/Foundation/Characters.h>
 #include <LumoKit/Platform/Foundation/NSKeyedArchiver.h>
 
-#include <bit>
+#include <algorithm>
 #include <initializer_list>
 #include <string>
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
 namespace LumoKit {
 
 namespace {
 
 using namespace detail;
+using Index = BinaryPropertyListWriter::Index;
 
-/// A whole number. Not every version of the library can make a negative one, but all read it.
-plist_t newInteger(std::int64_t number)
-{
-    const auto bits = static_cast<std::uint64_t>(number);
-    if (number >= 0)
-        return plist_new_uint(bits);
-    std::string list = "bplist00\x13";
-    for (int shift = 56; shift >= 0; shift -= 8)
-        list += static_cast<char>(bits >> shift & 0xFF);
-    list += '\x08'; // the table of offsets: one object, which begins at 8
-    list += std::string(6, '\0') + "\x01\x01"; // the sizes of an offset and of a reference
-    for (const char last : {'\x01', '\x00', '\x11'}) // objects, the top one, and where the table begins
-        list += std::string(7, '\0') + last;
-    plist_t node = nullptr;
-    plist_from_bin(list.data(), static_cast<std::uint32_t>(list.size()), &node);
-    return node;
-}
-
-plist_t newData(std::string_view bytes)
-{
-    return plist_new_data(bytes.data(), bytes.size());
-}
+constexpr const char* baseClass = "NSObject";
 
 class Archive {
 public:
-    Archive()
-    {
-        objects = plist_new_array();
-        plist_dict_set_item(root.get(), versionKey, newInteger(archiveVersion));
-        plist_dict_set_item(root.get(), archiverKey, plist_new_string(archiverName));
-        plist_dict_set_item(root.get(), objectsKey, objects);
-        static_cast<void>(append(plist_new_string(std::string(nullText).c_str())));
-    }
+    Archive() { objects.push_back(list.text(nullText)); }
 
     std::optional<Data> write(const Value& value)
     {
         const Place place = add(value);
+        spend(objects.size() * archivedObjectMemory);
         if (!isPossible)
             return std::nullopt;
-        plist_t top = plist_new_dict();
-        plist_dict_set_item(top, rootKey, plist_new_uid(place.object));
-        plist_dict_set_item(root.get(), topKey, top);
-        char* bytes = nullptr;
-        std::uint32_t length = 0;
-        plist_to_bin(root.get(), &bytes, &length);
-        const std::unique_ptr<char, FreePropertyListMemory> owned(bytes);
-        spent += count * archivedObjectMemory;
-        if (!bytes || spent > maximumArchiveMemory
-            || !memoryOfBinary({bytes, length}, maximumArchiveMemory - spent))
-            return std::nullopt;
-        const auto* first = reinterpret_cast<const std::byte*>(bytes);
-        return Data(first, first + length);
+        const Index top = map({{rootKey, list.reference(place.object)}});
+        return list.list(map({{versionKey, list.integer(archiveVersion)},
+            {archiverKey, list.text(archiverName)}, {topKey, top}, {objectsKey, list.array(objects)}}));
     }
 
 private:
@@ -77,32 +42,34 @@ private:
         int levels = 0;
     };
 
-    std::uint64_t append(plist_t node)
+    /// Makes an object of the list one of the archive, and gives its number there.
+    std::uint64_t append(Index object)
     {
-        plist_array_append_item(objects, node);
-        return count++;
+        objects.push_back(object);
+        return objects.size() - 1;
     }
 
-    /// The number of a class, which is written with those that it derives from, itself first.
-    std::uint64_t classOf(std::initializer_list<const char*> names)
+    Index map(std::initializer_list<std::pair<const char*, Index>> entries)
     {
-        const auto [known, isNew] = classes.try_emplace(*names.begin(), count);
-        if (!isNew)
-            return known->second;
-        plist_t list = plist_new_array();
-        for (const char* name : names)
-            plist_array_append_item(list, plist_new_string(name));
-        plist_t description = plist_new_dict();
-        plist_dict_set_item(description, classesKey, list);
-        plist_dict_set_item(description, classNameKey, plist_new_string(*names.begin()));
-        return append(description);
+        std::vector<Index> keys;
+        std::vector<Index> items;
+        for (const auto& [key, item] : entries) {
+            keys.push_back(list.text(key));
+            items.push_back(item);
+        }
+        return list.dictionary(keys, items);
     }
 
-    plist_t newObject(std::initializer_list<const char*> classNames)
+    /// A reference to a class, which is written with those that it derives from, itself first.
+    Index classOf(const char* name)
     {
-        plist_t object = plist_new_dict();
-        plist_dict_set_item(object, classKey, plist_new_uid(classOf(classNames)));
-        return object;
+        const auto [known, isNew] = classes.try_emplace(name, 0);
+        if (isNew) {
+            const Index hierarchy[]{list.text(name), list.text(baseClass)};
+            known->second = list.reference(
+                append(map({{classesKey, list.array(hierarchy)}, {classNameKey, list.text(name)}})));
+        }
+        return known->second;
     }
 
     std::uint64_t addText(const std::string& text)
@@ -113,34 +80,28 @@ private:
         spend(sizeof(Value) + text.size());
         // A property list has no place for such texts, nor the archive for one that means the null object.
         if (text.find('\0') == text.npos && isUTF8(text) && text != nullText)
-            return known->second = append(plist_new_string(text.c_str()));
-        plist_t object = newObject({"NSString", "NSObject"});
-        plist_dict_set_item(object, bytesKey, newData(text));
-        return known->second = append(object);
+            return known->second = append(list.text(text));
+        return known->second = append(map({{classKey, classOf("NSString")}, {bytesKey, list.data(text)}}));
     }
 
     /// Null stands in the archive as an object of its own, because nothing can be in an array or a dictionary.
     std::uint64_t addNull()
     {
         if (!null)
-            null = append(newObject({"NSNull", "NSObject"}));
+            null = append(map({{classKey, classOf("NSNull")}}));
         return *null;
     }
 
     std::uint64_t addURL(const URL& url)
     {
-        plist_t object = newObject({"NSURL", "NSObject"});
-        plist_dict_set_item(object, urlBaseKey, plist_new_uid(0));
-        plist_dict_set_item(object, urlRelativeKey, plist_new_uid(addText(url.absoluteString())));
-        return append(object);
+        return append(map({{classKey, classOf("NSURL")}, {urlBaseKey, list.reference(0)},
+            {urlRelativeKey, list.reference(addText(url.absoluteString()))}}));
     }
 
     std::uint64_t addDate(Date date)
     {
-        plist_t object = newObject({"NSDate", "NSObject"});
-        plist_dict_set_item(
-            object, dateTimeKey, plist_new_real(date.time_since_epoch().count() - archiveReferenceDate));
-        return append(object);
+        const double seconds = date.time_since_epoch().count() - archiveReferenceDate;
+        return append(map({{classKey, classOf("NSDate")}, {dateTimeKey, list.real(seconds)}}));
     }
 
     Place add(const Value& value)
@@ -151,18 +112,18 @@ private:
         case Value::Type::null:
             return {addNull()};
         case Value::Type::boolean:
-            return {append(plist_new_bool(*value.asBoolean()))};
+            return {append(list.boolean(*value.asBoolean()))};
         case Value::Type::integer:
-            return {append(newInteger(*value.asInteger()))};
+            return {append(list.integer(*value.asInteger()))};
         case Value::Type::number:
-            return {append(plist_new_real(*value.asNumber()))};
+            return {append(list.real(*value.asNumber()))};
         case Value::Type::text:
             return {addText(*value.asText())};
         case Value::Type::date:
             return {addDate(*value.asDate())};
         case Value::Type::data: {
             const auto* first = reinterpret_cast<const char*>(value.asData()->data());
-            return {append(newData({first, value.asData()->size()}))};
+            return {append(list.data({first, value.asData()->size()}))};
         }
         case Value::Type::url:
             return {addURL(*value.asURL())};
@@ -185,7 +146,7 @@ private:
         int below = 0;
         if (!isPossible)
             return {};
-        plist_t object = make(below);
+        const Index object = make(below);
         --depth;
         const Place place{append(object), below + 1};
         if (place.levels > Value::maximumDepth)
@@ -195,11 +156,11 @@ private:
     }
 
     /// A reference to an item of a container.
-    plist_t refer(const Value& item, int& levels)
+    Index refer(const Value& item, int& levels)
     {
         const Place place = add(item);
         levels = std::max(levels, place.levels);
-        return plist_new_uid(place.object);
+        return list.reference(place.object);
     }
 
     void spend(std::uint64_t memory)
@@ -209,41 +170,36 @@ private:
             isPossible = false;
     }
 
-    plist_t arrayOf(const Value::Array& array, int& levels)
+    Index arrayOf(const Value::Array& array, int& levels)
     {
-        plist_t items = plist_new_array();
+        std::vector<Index> items;
         for (const Value& item : array) {
             spend(memoryOf(item));
             if (!isPossible)
                 break;
-            plist_array_append_item(items, refer(item, levels));
+            items.push_back(refer(item, levels));
         }
-        plist_t object = newObject({"NSArray", "NSObject"});
-        plist_dict_set_item(object, arrayObjectsKey, items);
-        return object;
+        return map({{classKey, classOf("NSArray")}, {arrayObjectsKey, list.array(items)}});
     }
 
-    plist_t dictionaryOf(const Value::Dictionary& dictionary, int& levels)
+    Index dictionaryOf(const Value::Dictionary& dictionary, int& levels)
     {
-        plist_t keys = plist_new_array();
-        plist_t items = plist_new_array();
+        std::vector<Index> keys;
+        std::vector<Index> items;
         for (const auto& [key, item] : dictionary) {
             spend(memoryOf(key, item));
             if (!isPossible)
                 break;
-            plist_array_append_item(keys, plist_new_uid(addText(key)));
-            plist_array_append_item(items, refer(item, levels));
+            keys.push_back(list.reference(addText(key)));
+            items.push_back(refer(item, levels));
         }
-        plist_t object = newObject({"NSDictionary", "NSObject"});
-        plist_dict_set_item(object, dictionaryKeysKey, keys);
-        plist_dict_set_item(object, arrayObjectsKey, items);
-        return object;
+        return map({{classKey, classOf("NSDictionary")}, {dictionaryKeysKey, list.array(keys)},
+            {arrayObjectsKey, list.array(items)}});
     }
 
-    PropertyListRoot root{plist_new_dict()};
-    plist_t objects = nullptr; // of the root
-    std::uint64_t count = 0;
-    std::unordered_map<std::string_view, std::uint64_t> classes;
+    BinaryPropertyListWriter list;
+    std::vector<Index> objects; // of the archive
+    std::unordered_map<std::string_view, Index> classes;
     std::unordered_map<std::string, std::uint64_t> texts;
     std::unordered_map<const void*, Place> containers;
     std::optional<std::uint64_t> null;

@@ -1,6 +1,5 @@
+#include "BinaryPropertyListReader.h"
 #include "KeyedArchiveForm.h"
-#include "PropertyListNative.h"
-#include "PropertyListShape.h"
 
 #include <LumoKit/Platform/Foundation/NSKeyedUnarchiver.h>
 
@@ -10,61 +9,18 @@
 #include <algorithm>
 #include <map>
 #include <utility>
+#include <vector>
 
 namespace LumoKit {
 
 namespace {
 
 using namespace detail;
+using Container = BinaryPropertyListReader::Container;
+using Index = BinaryPropertyListReader::Index;
+using Kind = BinaryPropertyListReader::Kind;
 
 enum class Class { unknown, null, text, date, data, url, array, dictionary };
-
-Class classNamed(std::string_view name)
-{
-    static constexpr std::pair<std::string_view, Class> known[]{{"NSNull", Class::null},
-        {"NSString", Class::text}, {"NSDate", Class::date}, {"NSData", Class::data}, {"NSURL", Class::url},
-        {"NSArray", Class::array}, {"NSDictionary", Class::dictionary}};
-    const auto* found = std::ranges::find(known, name, &std::pair<std::string_view, Class>::first);
-    return found == std::end(known) ? Class::unknown : found->second;
-}
-
-std::string_view textOf(plist_t node)
-{
-    if (!node || plist_get_node_type(node) != PLIST_STRING)
-        return {};
-    std::uint64_t length = 0;
-    const char* text = plist_get_string_ptr(node, &length);
-    return text ? std::string_view(text, length) : std::string_view();
-}
-
-bool is(plist_t node, plist_type type)
-{
-    return node && plist_get_node_type(node) == type;
-}
-
-plist_t itemOf(plist_t dictionary, const char* key)
-{
-    return is(dictionary, PLIST_DICT) ? plist_dict_get_item(dictionary, key) : nullptr;
-}
-
-/// The items of an array, which the library finds one by one only slowly.
-std::vector<plist_t> itemsOf(plist_t array)
-{
-    std::vector<plist_t> items;
-    if (!is(array, PLIST_ARRAY))
-        return items;
-    items.reserve(plist_array_get_size(array));
-    plist_array_iter position = nullptr;
-    plist_array_new_iter(array, &position);
-    const std::unique_ptr<void, FreePropertyListMemory> owned(position);
-    while (true) {
-        plist_t item = nullptr;
-        plist_array_next_item(array, position, &item);
-        if (!item)
-            return items;
-        items.push_back(item);
-    }
-}
 
 /// A URL in its place; null where this platform cannot express it.
 Value resolved(const Value& base, const std::string& relative)
@@ -85,119 +41,150 @@ Value resolved(const Value& base, const std::string& relative)
 /// The objects of an archive, each of them read once.
 class Archive {
 public:
-    /// The list `root`, for which `listMemory` was needed.
-    Archive(plist_t root, std::uint64_t listMemory)
-        : spent(listMemory)
+    explicit Archive(const BinaryPropertyListReader& archive)
+        : list(archive)
     {
-        const auto nodes = itemsOf(itemOf(root, objectsKey));
-        if (!spend(nodes.size() * archivedObjectMemory))
+        const auto found = containerOf(field(list.top(), objectsKey), Kind::array);
+        const auto archiver = field(list.top(), archiverKey);
+        if (!found || found->count == 0 || !archiver || !list.isText(*archiver, archiverName)
+            || !list.isText(list.item(*found, 0), nullText) || !spend(found->count * archivedObjectMemory))
             return;
-        objects.reserve(nodes.size());
-        for (plist_t node : nodes)
-            objects.push_back({.node = node});
-        top = itemOf(itemOf(root, topKey), rootKey);
-        isArchive = textOf(itemOf(root, archiverKey)) == archiverName && !objects.empty()
-            && textOf(objects.front().node) == nullText;
+        nodes = *found;
+        objects.resize(nodes.count);
     }
 
     std::optional<Value> read()
     {
-        if (!isArchive)
-            return std::nullopt;
-        const Object* root = object(top);
+        const auto top = field(list.top(), topKey);
+        const Object* root = top ? object(field(*top, rootKey)) : nullptr;
         return root ? std::optional(root->value) : std::nullopt;
     }
 
 private:
     struct Object {
-        plist_t node = nullptr;
         Value value;
         int levels = 0; // of containers, itself and those below it
         enum class State { waiting, started, read } state = State::waiting;
     };
 
-    static_assert(sizeof(Object) + sizeof(plist_t) <= archivedObjectMemory);
+    static_assert(sizeof(Object) <= archivedObjectMemory);
 
-    /// What a reference leads to; null for a broken one, and for one to an object that cannot be read or that
-    /// holds itself.
-    const Object* object(plist_t reference)
+    /// What a dictionary of the list has for a key.
+    std::optional<Index> field(Index dictionary, const char* key)
     {
-        const auto index = indexOf(reference);
-        if (!index)
+        const auto entries = containerOf(dictionary, Kind::dictionary);
+        for (std::uint64_t position = 0; entries && position < entries->count; ++position) {
+            if (!look())
+                break;
+            if (list.isText(list.key(*entries, position), key))
+                return list.item(*entries, position);
+        }
+        return std::nullopt;
+    }
+
+    std::optional<Container> containerOf(std::optional<Index> object, Kind kind) const
+    {
+        return object && list.kind(*object) == kind ? list.container(*object) : std::nullopt;
+    }
+
+    bool has(std::optional<Index> object, Kind kind) const { return object && list.kind(*object) == kind; }
+
+    /// What a reference leads to; null for a broken one, and for one to an object that cannot be read, that
+    /// holds itself, or that is too far below the root.
+    const Object* object(std::optional<Index> reference)
+    {
+        const auto number = numberOf(reference);
+        if (!number)
             return nullptr;
-        Object& found = objects[*index];
+        Object& found = objects[*number];
         if (found.state == Object::State::started)
             return nullptr;
         if (found.state == Object::State::waiting) {
+            constexpr int deepest = Value::maximumDepth + 2; // a URL below, and its text
+            if (depth == deepest)
+                return nullptr;
+            ++depth;
             found.state = Object::State::started;
-            if (!read(found) || !spend(memoryOf(found.value)))
+            const bool isRead = read(found, *number) && spend(memoryOf(found.value));
+            --depth;
+            if (!isRead)
                 return nullptr;
             found.state = Object::State::read;
         }
         return &found;
     }
 
-    std::optional<std::size_t> indexOf(plist_t reference) const
+    std::optional<std::uint64_t> numberOf(std::optional<Index> reference) const
     {
-        if (!is(reference, PLIST_UID))
-            return std::nullopt;
-        std::uint64_t index = 0;
-        plist_get_uid_val(reference, &index);
-        return index < objects.size() ? std::optional(index) : std::nullopt;
+        const auto number = reference ? list.reference(*reference) : std::nullopt;
+        return number && *number < objects.size() ? number : std::nullopt;
     }
 
-    bool read(Object& into)
+    bool read(Object& into, std::uint64_t number)
     {
-        switch (plist_get_node_type(into.node)) {
-        case PLIST_DICT:
-            return readObject(into);
-        case PLIST_ARRAY:
-        case PLIST_UID:
-        case PLIST_NONE:
+        const Index node = list.item(nodes, number);
+        switch (list.kind(node)) {
+        case Kind::dictionary:
+            return readObject(into, node);
+        case Kind::array:
+        case Kind::reference:
+        case Kind::none:
             return false;
         default:
-            if (&into != &objects.front())
-                into.value = valueOfLeaf(into.node);
-            return true;
+            return number == 0 || takeLeaf(into, node); // the first one is the null object
         }
     }
 
     /// The class of an object: the first that is known among its own name and those of what it derives from.
-    Class classOf(plist_t node)
+    Class classOf(Index node)
     {
-        const auto index = indexOf(itemOf(node, classKey));
-        if (!index)
+        const auto number = numberOf(field(node, classKey));
+        if (!number)
             return Class::unknown;
-        const auto [known, isNew] = classes.try_emplace(*index, Class::unknown);
+        const auto [known, isNew] = classes.try_emplace(*number, Class::unknown);
         if (!isNew)
             return known->second;
-        plist_t description = objects[*index].node;
-        Class found = classNamed(textOf(itemOf(description, classNameKey)));
-        for (plist_t name : itemsOf(itemOf(description, classesKey))) {
+        const Index description = list.item(nodes, *number);
+        Class found = classNamed(field(description, classNameKey));
+        const auto names = containerOf(field(description, classesKey), Kind::array);
+        for (std::uint64_t position = 0; names && position < names->count && look(); ++position) {
             if (found != Class::unknown)
                 break;
-            found = classNamed(textOf(name));
+            found = classNamed(list.item(*names, position));
         }
         return known->second = found;
     }
 
-    bool readObject(Object& into)
+    Class classNamed(std::optional<Index> name) const
     {
-        switch (classOf(into.node)) {
+        static constexpr std::pair<std::string_view, Class> known[]{{"NSNull", Class::null},
+            {"NSString", Class::text}, {"NSDate", Class::date}, {"NSData", Class::data},
+            {"NSURL", Class::url}, {"NSArray", Class::array}, {"NSDictionary", Class::dictionary}};
+        const auto* found = std::ranges::find_if(
+            known, [&](const auto& each) { return name && list.isText(*name, each.first); });
+        return found == std::end(known) ? Class::unknown : found->second;
+    }
+
+    bool readObject(Object& into, Index node)
+    {
+        switch (const Class ofNode = classOf(node)) {
         case Class::null:
             return true;
         case Class::text:
-            return readText(into);
+            return readText(into, node);
         case Class::date:
-            return readDate(into);
-        case Class::data:
-            return is(itemOf(into.node, dataKey), PLIST_DATA)
-                && take(into, valueOfLeaf(itemOf(into.node, dataKey)));
+            return readDate(into, node);
+        case Class::data: {
+            const auto data = field(node, dataKey);
+            return has(data, Kind::data) && takeLeaf(into, *data);
+        }
         case Class::url:
-            return readURL(into);
+            return readURL(into, node);
         case Class::array:
-        case Class::dictionary:
-            return readContainer(into);
+        case Class::dictionary: {
+            const bool isRead = ofNode == Class::array ? readArray(into, node) : readDictionary(into, node);
+            return isRead && ++into.levels <= Value::maximumDepth;
+        }
         case Class::unknown:
             break;
         }
@@ -210,52 +197,51 @@ private:
         return true;
     }
 
-    static bool readText(Object& into)
+    /// A long text, or long data, is not even read.
+    bool takeLeaf(Object& into, Index node)
     {
-        if (is(itemOf(into.node, stringKey), PLIST_STRING))
-            return take(into, valueOfLeaf(itemOf(into.node, stringKey)));
-        const Value bytes =
-            is(itemOf(into.node, bytesKey), PLIST_DATA) ? valueOfLeaf(itemOf(into.node, bytesKey)) : Value();
-        if (!bytes.asData())
-            return false;
-        const auto* first = reinterpret_cast<const char*>(bytes.asData()->data());
-        return take(into, std::string(first, bytes.asData()->size()));
+        return list.size(node) <= maximumArchiveMemory - spent && take(into, list.leaf(node));
     }
 
-    static bool readDate(Object& into)
+    bool readText(Object& into, Index node)
     {
-        plist_t time = itemOf(into.node, dateTimeKey);
-        if (!is(time, PLIST_REAL) && !is(time, PLIST_UINT))
+        const auto text = field(node, stringKey);
+        if (has(text, Kind::text))
+            return takeLeaf(into, *text);
+        const auto bytes = field(node, bytesKey);
+        if (!has(bytes, Kind::data) || !takeLeaf(into, *bytes))
             return false;
-        const auto seconds = valueOfLeaf(time).asNumber();
+        const auto data = *into.value.asData();
+        const auto* first = reinterpret_cast<const char*>(data.data());
+        return take(into, std::string(first, data.size()));
+    }
+
+    bool readDate(Object& into, Index node)
+    {
+        const auto time = field(node, dateTimeKey);
+        if (!has(time, Kind::real) && !has(time, Kind::integer))
+            return false;
+        const auto seconds = list.leaf(*time).asNumber();
         return seconds && take(into, Date(std::chrono::duration<double>(*seconds + archiveReferenceDate)));
     }
 
-    bool readURL(Object& into)
+    bool readURL(Object& into, Index node)
     {
-        const Object* base = object(itemOf(into.node, urlBaseKey));
-        const Object* relative = object(itemOf(into.node, urlRelativeKey));
+        const Object* base = object(field(node, urlBaseKey));
+        const Object* relative = object(field(node, urlRelativeKey));
         return base && relative && relative->value.asText()
             && spend(memoryOf(base->value) + memoryOf(relative->value))
             && take(into, resolved(base->value, *relative->value.asText()));
     }
 
-    bool readContainer(Object& into)
+    bool readArray(Object& into, Index node)
     {
-        if (++depth > Value::maximumDepth)
-            return false;
-        const bool isRead = classOf(into.node) == Class::array ? readArray(into) : readDictionary(into);
-        --depth;
-        return isRead && ++into.levels <= Value::maximumDepth;
-    }
-
-    bool readArray(Object& into)
-    {
-        if (!is(itemOf(into.node, arrayObjectsKey), PLIST_ARRAY))
+        const auto items = containerOf(field(node, arrayObjectsKey), Kind::array);
+        if (!items)
             return false;
         Value::Array array;
-        for (plist_t reference : itemsOf(itemOf(into.node, arrayObjectsKey))) {
-            const Object* item = object(reference);
+        for (std::uint64_t position = 0; position < items->count; ++position) {
+            const Object* item = object(list.item(*items, position));
             if (!item || !spend(memoryOf(item->value)))
                 return false;
             into.levels = std::max(into.levels, item->levels);
@@ -264,17 +250,16 @@ private:
         return take(into, std::move(array));
     }
 
-    bool readDictionary(Object& into)
+    bool readDictionary(Object& into, Index node)
     {
-        const auto keys = itemsOf(itemOf(into.node, dictionaryKeysKey));
-        const auto items = itemsOf(itemOf(into.node, arrayObjectsKey));
-        if (keys.size() != items.size() || !is(itemOf(into.node, dictionaryKeysKey), PLIST_ARRAY)
-            || !is(itemOf(into.node, arrayObjectsKey), PLIST_ARRAY))
+        const auto keys = containerOf(field(node, dictionaryKeysKey), Kind::array);
+        const auto items = containerOf(field(node, arrayObjectsKey), Kind::array);
+        if (!keys || !items || keys->count != items->count)
             return false;
         Value::Dictionary dictionary;
-        for (std::size_t index = 0; index < keys.size(); ++index) {
-            const Object* key = object(keys[index]);
-            const Object* item = object(items[index]);
+        for (std::uint64_t position = 0; position < keys->count; ++position) {
+            const Object* key = object(list.item(*keys, position));
+            const Object* item = object(list.item(*items, position));
             if (!key || !item || !key->value.asText() || !spend(memoryOf(*key->value.asText(), item->value)))
                 return false;
             into.levels = std::max(into.levels, item->levels);
@@ -289,11 +274,18 @@ private:
         return spent <= maximumArchiveMemory;
     }
 
+    /// Entries that lie over each other in the bytes of a hostile archive are looked at once for each that has them.
+    bool look() { return ++looks <= mostLooks; }
+
+    static constexpr std::uint64_t mostLooks =
+        16'000'000; // far more than objects within the memory have fields
+
+    const BinaryPropertyListReader& list;
+    Container nodes; // one an object
     std::vector<Object> objects;
-    plist_t top = nullptr;
-    bool isArchive = false;
-    std::map<std::size_t, Class> classes;
-    std::uint64_t spent;
+    std::map<std::uint64_t, Class> classes;
+    std::uint64_t spent = 0;
+    std::uint64_t looks = 0;
     int depth = 0;
 };
 
@@ -301,14 +293,8 @@ private:
 
 std::optional<Value> NSKeyedUnarchiver::unarchiveObject(std::span<const std::byte> with)
 {
-    const std::string_view bytes(reinterpret_cast<const char*>(with.data()), with.size());
-    const auto memory = memoryOfBinary(bytes, maximumArchiveMemory);
-    if (!memory)
-        return std::nullopt;
-    const PropertyListRoot root = readBinaryPropertyList(with);
-    if (!root)
-        return std::nullopt;
-    return Archive(root.get(), *memory).read();
+    const BinaryPropertyListReader list({reinterpret_cast<const char*>(with.data()), with.size()});
+    return Archive(list).read();
 }
 
 } // namespace LumoKit

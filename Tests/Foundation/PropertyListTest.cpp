@@ -304,16 +304,105 @@ TEST(PropertyList, ReadsALongOne)
     EXPECT_EQ((*list)[19'999], Value("19999"));
 }
 
-TEST(BinaryPropertyList, CutsATextAtAZeroByteAndRefusesSuchAKey)
+TEST(BinaryPropertyList, KeepsZeroBytesOfTextsAndKeys)
 {
     const std::string nul("a\0b", 3);
-    BinaryList texts;
-    EXPECT_EQ(read(texts.list(texts.ascii(nul))), Value("a"));
-    BinaryList keys;
-    const int key = keys.ascii(nul);
-    const int value = keys.ascii("tea");
-    EXPECT_EQ(read(keys.list(keys.dictionary({key}, {value}))), std::nullopt);
-    EXPECT_EQ(read(keys.list(keys.dictionary({value}, {key}))), Value(Value::Dictionary{{"tea", "a"}}));
+    BinaryList list;
+    const int text = list.ascii(nul);
+    EXPECT_EQ(read(list.list(list.dictionary({text}, {text}))), Value(Value::Dictionary{{nul, nul}}));
+}
+
+TEST(BinaryPropertyList, ReadsTextsOfUTF16)
+{
+    const std::pair<std::string, std::string> cases[]{
+        {std::string("\0a\0\xE9\x20\xAC", 6), "a\u00E9\u20AC"},
+        {std::string("\xD8\x3D\xDE\0", 4), "\U0001F600"},
+        {std::string("\xD8\x3D\0a", 4), "\uFFFDa"}, // half a pair
+        {std::string("\xDE\x00\xD8\x3D", 4), "\uFFFD\uFFFD"},
+    };
+    for (const auto& [bytes, text] : cases) {
+        BinaryList list;
+        EXPECT_EQ(read(list.list(list.sized(6, bytes.size() / 2, bytes))), Value(text));
+    }
+}
+
+TEST(BinaryPropertyList, IsNothingWithAnObjectThatIsNone)
+{
+    for (const std::string& bytes :
+        {std::string(1, '\0'), std::string("\x0F"), std::string("\x15"), std::string("\x24"),
+            std::string("\x70"), std::string("\x90"), std::string("\xE0"), std::string("\xF0")}) {
+        BinaryList list;
+        EXPECT_EQ(read(list.list(list.raw(bytes))), std::nullopt);
+        EXPECT_EQ(read(list.list(list.array({0}))), std::nullopt);
+    }
+    BinaryList missing;
+    EXPECT_EQ(read(missing.list(missing.array({99}))), std::nullopt);
+    BinaryList numbered;
+    const int number = numbered.raw("\x10\x01");
+    EXPECT_EQ(read(numbered.list(numbered.dictionary({number}, {number}))), std::nullopt); // a key is a text
+}
+
+/// A list of arrays; each item is the list of the objects that it refers to, and the last one is the top.
+std::string arrays(const std::vector<std::vector<int>>& arrays)
+{
+    BinaryList list;
+    int top = 0;
+    for (const auto& items : arrays)
+        top = list.array(items);
+    return list.list(top);
+}
+
+TEST(BinaryPropertyList, IsNothingInALongCircle)
+{
+    EXPECT_EQ(read(arrays({{2}, {0}, {1}})), std::nullopt);
+    EXPECT_EQ(read(arrays({{2, 2}, {0, 0}, {1, 1}})), std::nullopt);
+}
+
+TEST(BinaryPropertyList, IsBoundedInWhatItIsWrittenOut)
+{
+    const auto doubling = [](int levels) {
+        std::vector<std::vector<int>> all = {{}};
+        for (int level = 1; level < levels; ++level)
+            all.push_back({level - 1, level - 1});
+        return arrays(all);
+    };
+    EXPECT_TRUE(read(doubling(18)).has_value());
+    EXPECT_EQ(read(doubling(23)), std::nullopt);
+    EXPECT_EQ(read(doubling(4000)), std::nullopt);
+}
+
+TEST(BinaryPropertyList, CountsEachTextAsOftenAsItIsReferredTo)
+{
+    const auto texts = [](int times, bool asKeys) {
+        BinaryList list;
+        const std::vector<int> items(
+            static_cast<std::size_t>(times), list.ascii(std::string(1'000'000, 'x')));
+        const std::vector<int> small(static_cast<std::size_t>(times), list.ascii("x"));
+        return list.list(asKeys ? list.dictionary(items, small) : list.array(items));
+    };
+    for (const bool asKeys : {false, true}) {
+        EXPECT_TRUE(read(texts(20, asKeys)).has_value());
+        EXPECT_EQ(read(texts(1000, asKeys)), std::nullopt);
+    }
+}
+
+TEST(BinaryPropertyList, IsReadSoonWhereItsObjectsOverlap)
+{
+    // Each object is an array that begins a little later in the same bytes and refers to the next one first.
+    constexpr int count = 4000;
+    constexpr int size = 2'000'000;
+    std::string bytes = "bplist00";
+    std::string offsets;
+    for (int object = 0; object < count; ++object) {
+        offsets += bigEndian(bytes.size(), 4);
+        bytes += "\xAF\x12" + bigEndian(static_cast<std::uint64_t>(size), 4)
+            + bigEndian(static_cast<std::uint64_t>(object) + 1, 2);
+    }
+    bytes += std::string(2 * size + 16, '\0');
+    const std::size_t table = bytes.size();
+    bytes += offsets + std::string(6, '\0') + "\x04\x02" + bigEndian(count, 8) + bigEndian(0, 8)
+        + bigEndian(table, 8);
+    EXPECT_EQ(read(bytes), std::nullopt); // within the limit of time that every test has
 }
 
 } // namespace
