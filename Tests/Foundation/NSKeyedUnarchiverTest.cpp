@@ -417,7 +417,7 @@ TEST(NSKeyedUnarchiver, RefusesHugeArchivesSoonAndWithinSixtyFourMegabytes)
         {"a long text", arrayOf(1, true, std::string(30'000'000, 'x'))},
         {"a text of which there are many", arrayOf(60'000, true, std::string(100'000, 'x'))},
     };
-    const long before = peakMemory();
+    [[maybe_unused]] const long before = peakMemory();
     for (const auto& [what, archive] : cases) {
         const auto start = std::chrono::steady_clock::now();
         const auto value = read(archive);
