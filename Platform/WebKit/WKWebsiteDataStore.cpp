@@ -84,6 +84,10 @@ std::shared_ptr<WKWebsiteDataStore> makeStore(
     } else {
         native->context = ObjectPtr<WebKitWebContext>::adopt(webkit_web_context_new_ephemeral());
     }
+    // The engine would put what a page offers into the user's folders, under a name that the page chooses, and ask nobody.
+    native->downloads =
+        detail::SignalConnection::connect<void(WebKitWebContext*, WebKitDownload*)>(native->context.get(),
+            "download-started", [](auto*, WebKitDownload* download) { webkit_download_cancel(download); });
     auto cookies = std::make_unique<WKHTTPCookieStore::Native>();
     cookies->context = native->context;
     native->cookieStore = std::make_shared<WKHTTPCookieStore>(std::move(cookies));

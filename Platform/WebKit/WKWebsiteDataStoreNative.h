@@ -15,6 +15,7 @@ struct WKWebsiteDataStore::Native {
     std::optional<std::string> identifier;
     std::set<std::string> schemes; // those that the context knows
     std::shared_ptr<WKHTTPCookieStore> cookieStore;
+    detail::SignalConnection downloads;
 
     [[nodiscard]] WebKitWebsiteDataManager* manager() const
     {

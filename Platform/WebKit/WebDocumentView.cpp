@@ -106,8 +106,6 @@ void DocumentNative::keepToItself()
                 end(job);
             }
         });
-    on<void(WebKitWebContext*, WebKitDownload*)>(store->nativeStore().context.get(), "download-started",
-        [](auto*, WebKitDownload* download) { webkit_download_cancel(download); });
 }
 
 void DocumentNative::print(GtkPrintSettings* settings, GtkPageSetup* pageSetup, Printed printed)

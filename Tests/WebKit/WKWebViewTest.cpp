@@ -1,3 +1,4 @@
+#include "Support/Downloads.h"
 #include "Support/TestServer.h"
 #include "Support/WebPage.h"
 
@@ -16,6 +17,7 @@
 namespace {
 
 using namespace LumoKit;
+using LumoKit::Test::Downloads;
 using LumoKit::Test::NavigationRecorder;
 using LumoKit::Test::TestServer;
 using LumoKit::Test::waitUntil;
@@ -110,6 +112,29 @@ TEST(WKWebView, LetsTheDelegateRefuse)
     page.view->load(*URL::parse(server.origin() + "/dropped"));
     ASSERT_TRUE(waitUntil([&] { return delegate->saw("finish", 2); }));
     EXPECT_EQ(server.requests(), (std::vector<std::string>{"/later", "/dropped"}));
+}
+
+TEST(WKWebView, StoresNothingThatAPageOffers)
+{
+    TestServer server;
+    server.serve("/attached",
+        {.type = "application/x-unknown",
+            .body = "bytes",
+            .headers = {{"Content-Disposition", "attachment; filename=lumokit-test-attached"}}});
+    server.serve("/linked", {.type = "application/x-unknown", .body = "bytes"});
+    server.serveHTML("/", "<title>Still here</title><a href=/linked download=lumokit-test-linked></a>");
+    WebPage page;
+    const Downloads downloads(*page.view);
+    page.view->load(*URL::parse(server.origin() + "/"));
+    ASSERT_TRUE(waitUntil([&] { return page.navigation->saw("finish"); }));
+    EXPECT_FALSE(page.evaluate("document.querySelector('a').click()").second);
+    ASSERT_TRUE(waitUntil([&] { return downloads.ended == 1; }));
+    EXPECT_FALSE(page.evaluate("location = '/attached'").second);
+    ASSERT_TRUE(waitUntil([&] { return downloads.ended == 2; }));
+    EXPECT_EQ(downloads.cancelled, 2);
+    EXPECT_FALSE(Downloads::isThere("lumokit-test-linked"));
+    EXPECT_FALSE(Downloads::isThere("lumokit-test-attached"));
+    EXPECT_EQ(page.evaluate("document.title").first, Value("Still here"));
 }
 
 TEST(WKWebView, GoesBackAndForward)
