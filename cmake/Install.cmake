@@ -2,6 +2,15 @@
 # work wherever the prefix is moved to.
 include(CMakePackageConfigHelpers)
 
+# lumokit_compressed(FILE SOURCE): compresses a page of the manual or a change log, the same at every time.
+find_program(GZIP gzip REQUIRED)
+function(lumokit_compressed file source)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${source}")
+    get_filename_component(folder "${file}" DIRECTORY)
+    file(MAKE_DIRECTORY "${folder}")
+    execute_process(COMMAND "${GZIP}" -9nc "${source}" OUTPUT_FILE "${file}" COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+
 # What is not said to be of another component is what hosts are developed with.
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 install(TARGETS LumoKit EXPORT LumoKit

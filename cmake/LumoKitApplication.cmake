@@ -34,11 +34,12 @@ endfunction()
 #     DESKTOP file...           its entries in the menus of desktops, which start that command
 #     [ICON file...]            named after the identifier
 #     [METAINFO file...]        what software centres say of it
+#     [MANUAL file...]          pages of section 1 of the manual
 #     [COMPONENT component])    of the installation; NAME, unless it is given
 #
 # Installs the bundle NAME.app, a command that leads to it, and what a desktop knows it by.
 function(lumokit_install_application name)
-    cmake_parse_arguments(PARSE_ARGV 1 app "" "COMMAND;COMPONENT" "DESKTOP;ICON;METAINFO")
+    cmake_parse_arguments(PARSE_ARGV 1 app "" "COMMAND;COMPONENT" "DESKTOP;ICON;METAINFO;MANUAL")
     set(component ${name})
     if(app_COMPONENT)
         set(component ${app_COMPONENT})
@@ -73,5 +74,8 @@ function(lumokit_install_application name)
     endif()
     if(app_METAINFO)
         install(FILES ${app_METAINFO} DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo COMPONENT ${component})
+    endif()
+    if(app_MANUAL)
+        install(FILES ${app_MANUAL} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT ${component})
     endif()
 endfunction()

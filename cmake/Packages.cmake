@@ -22,7 +22,6 @@ if(LUMOKIT_EXAMPLES)
 endif()
 
 # lumokit_package(COMPONENT PACKAGE SECTION SUMMARY DESCRIPTION DEPENDS): a component, as a package with the papers that it must have.
-find_program(GZIP gzip REQUIRED)
 function(lumokit_package component package section summary description depends)
     string(TOUPPER ${component} upper)
     foreach(pair "PACKAGE_NAME;${package}" "PACKAGE_SECTION;${section}" "PACKAGE_DEPENDS;${depends}")
@@ -31,9 +30,7 @@ function(lumokit_package component package section summary description depends)
     endforeach()
     set(CPACK_COMPONENT_${upper}_DESCRIPTION "${summary}\n${description}" PARENT_SCOPE)
     set(changelog "${CMAKE_BINARY_DIR}/packaging/${package}/changelog.gz")
-    file(MAKE_DIRECTORY "${CMAKE_BINARY_DIR}/packaging/${package}")
-    execute_process(COMMAND "${GZIP}" -9nc "${CMAKE_SOURCE_DIR}/packaging/debian/changelog" OUTPUT_FILE "${changelog}"
-        COMMAND_ERROR_IS_FATAL ANY)
+    lumokit_compressed("${changelog}" "${CMAKE_SOURCE_DIR}/packaging/debian/changelog")
     install(FILES packaging/debian/copyright "${changelog}" DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package}
         COMPONENT ${component})
 endfunction()
@@ -41,6 +38,7 @@ endfunction()
 lumokit_package(runtime ${libraryPackage} libs "framework for desktop applications around one web application"
     "LumoKit hosts a web application in a window and adds native behaviour\naround it: settings, accounts with cookies of their own, links between\napplications, keys, alerts, printing." "")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${CMAKE_SOURCE_DIR}/packaging/debian/triggers")
+set(CPACK_POST_BUILD_SCRIPTS "${CMAKE_SOURCE_DIR}/packaging/debian/without-scripts.cmake")
 lumokit_package(development liblumokit-dev libdevel "headers, CMake package and generator of LumoKit"
     "What is needed to write a host with LumoKit, and the command lumokit,\nwhich makes a new one." "${libraryPackage} (= ${PROJECT_VERSION}), cmake (>= 3.25), g++, make | ninja-build")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS "xvfb, dbus, desktop-file-utils")

@@ -84,6 +84,7 @@ TEST(Project, WritesAValueAsItStandsInAFileOfItsKind)
     EXPECT_EQ(project->filled("@{name|markdown}"), R"(a"b'c\<d>e&f\\g?h\*i)");
     EXPECT_EQ(project->filled("@{other} @{unfinished @{scheme"), "@{other} @{unfinished @{scheme");
     EXPECT_EQ(project->filledName("__identifier__.desktop"), "org.example.calendar.desktop");
+    EXPECT_EQ(project->filledName("__dot__gitignore"), ".gitignore");
 }
 
 TEST(Project, IsNotFilledTwice)

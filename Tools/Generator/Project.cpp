@@ -145,7 +145,7 @@ std::expected<Project, std::string> Project::create(const Wishes& wishes)
     const auto parts = words(wishes.name);
     return Project({{"name", wishes.name}, {"url", url->absoluteString()}, {"identifier", wishes.identifier},
         {"scheme", wishes.scheme}, {"program", programName(parts)},
-        {"folder", LumoKit::Generator::folderName(parts)}});
+        {"folder", LumoKit::Generator::folderName(parts)}, {"dot", "."}});
 }
 
 std::string Project::filled(std::string_view text) const

@@ -35,7 +35,8 @@ public:
     /// A template's text with its values.
     ///
     /// `@{name}` stands for a value as it is, `@{name|xml}`, `@{name|cpp}`, `@{name|desktop}` and `@{name|markdown}` for the
-    /// value as it is written in a file of that kind. In the names of files `__name__` stands for a value.
+    /// value as it is written in a file of that kind. In the names of files `__name__` stands for a value, and `__dot__` for a
+    /// dot: what is hidden in a host is no hidden file of the template, which packages do not hold.
     [[nodiscard]] std::string filled(std::string_view text) const;
     [[nodiscard]] std::string filledName(std::string name) const;
 
