@@ -3,6 +3,9 @@
 #include "Support/CalendarAddress.h"
 #include "Support/Day.h"
 
+#include <LumoKit/Utility/Alerts.h>
+#include <LumoKit/Utility/String+Regex.h>
+
 #include <utility>
 
 namespace LumoSuite {
@@ -57,9 +60,9 @@ void CalendarApplication::addMenus(NSMenu& bar)
 {
     addMenu(bar, "View",
         {menuItem("Today", &CalendarApplication::showToday, "t"),
+            menuItem("Go to Day…", &CalendarApplication::askForDay, "g"),
             menuItem("Previous Month", &CalendarApplication::showPreviousMonth, "["),
             menuItem("Next Month", &CalendarApplication::showNextMonth, "]")});
-    addMenu(bar, "Suite", {menuItem("Show Inbox", &CalendarApplication::showInbox, "1")});
 }
 
 void CalendarApplication::pageIsReady()
@@ -75,6 +78,23 @@ void CalendarApplication::pageIsGone()
         button->setEnabled(false);
 }
 
+void CalendarApplication::askForDay()
+{
+    showTextInputAlert("Which day? Such as 2026-11-21.", AlertPresentationStyle::sheet(window()),
+        [weak = weak_from_this()](const std::optional<std::string>& text) {
+            const auto calendar = std::dynamic_pointer_cast<CalendarApplication>(weak.lock());
+            if (!calendar || !text)
+                return;
+            const auto days = matches(*text, "[0-9]{4}-[0-9]{2}-[0-9]{2}"); // whatever else is said
+            if (!days.empty() && readDay(days.front()))
+                calendar->execute("LumoCalendar.show('" + days.front() + "')");
+            else
+                showAlert("There is no such day",
+                    "A day is its year, its month and its number, as in 2026-11-21.", "OK",
+                    AlertPresentationStyle::sheet(calendar->window()));
+        });
+}
+
 bool CalendarApplication::openAddress(const URL& address)
 {
     // Nothing but a day of ours is opened: a link may have been made by anybody.
@@ -85,11 +105,6 @@ bool CalendarApplication::openAddress(const URL& address)
     if (ready)
         pageIsReady();
     return true;
-}
-
-void CalendarApplication::showInbox()
-{
-    report(CrossApp::open(App::inbox) ? "inbox shown" : "no inbox");
 }
 
 } // namespace LumoSuite

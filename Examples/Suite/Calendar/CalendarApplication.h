@@ -26,9 +26,9 @@ private:
     bool openAddress(const LumoKit::URL& address) override;
 
     void showToday() { execute("LumoCalendar.today()"); }
+    void askForDay();
     void showPreviousMonth() { execute("LumoCalendar.previousMonth()"); }
     void showNextMonth() { execute("LumoCalendar.nextMonth()"); }
-    void showInbox();
 
     std::shared_ptr<LumoKit::NSButton> button;
     std::optional<std::string> day; // to be shown, when the page is ready

@@ -43,9 +43,13 @@ std::vector<Tour::Step> calendarTour(
             "account shown: noor@example.com"},
         {"an account that there is not is none", TourSteps::openLink(linkOfAccount("nobody@example.com")),
             "no such account: nobody@example.com"},
-        {"a command opens a day", TourSteps::openLink(linkOfDay("2024-02-29")), "day shown: 2024-02-29"},
+        {"a command opens a day", TourSteps::openLink(linkOfDay("2024-02-29")), "day shown: 2024-02-29",
+            {"URLCommandParser"}},
         {"and one that is none of the calendar's opens nothing",
             TourSteps::openLink("lumoforcalendar://open_url?url=https://example.com/"), "address refused"},
+        {"a day is asked for",
+            TourSteps::chooseCommand("View", "Go to Day…", "OK", {.text = "on 2000-01-01", .ticks = false}),
+            "day shown: 2000-01-01", {"Alerts", "String+Regex"}},
         {"the native button shows today", click, "day shown: "},
         {"the first account comes back", steps.chooseAccount("Robin Ellery"),
             "account shown: robin@example.com"},
@@ -54,7 +58,18 @@ std::vector<Tour::Step> calendarTour(
                       "'keydown', {key: 'ArrowRight', bubbles: true}))"),
             "day shown: "},
     };
+    // A script that is being written is taken over at every change.
+    const auto useLocalScript = TourSteps::chooseCommand("Developer", "Use a Local Script…");
+    const std::vector<Tour::Step> withALocalScript{
+        {"a local script is chosen", steps.chooseFile(useLocalScript, "calendar-local.js", ""),
+            "file chosen"},
+        {"it runs as soon as it is written",
+            steps.changeFile(
+                "calendar-local.js", "webkit.messageHandlers.injected.postMessage('local'); undefined"),
+            "script injected: local", {"FileWatcherManager", "WatchLocalInject"}},
+    };
     walk.insert(walk.end(), ofItsOwn.begin(), ofItsOwn.end());
+    walk.insert(walk.end(), withALocalScript.begin(), withALocalScript.end());
     std::ranges::copy(steps.throughTheDark(), std::back_inserter(walk));
     return walk;
 }

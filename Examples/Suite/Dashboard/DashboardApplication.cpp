@@ -44,15 +44,14 @@ PageMessages DashboardApplication::pageMessages() const
             [](DashboardApplication& dashboard, const Value& body) { dashboard.openAccount(textOf(body)); }),
         std::make_shared<Message>("dayChosen",
             [](DashboardApplication& dashboard, const Value& body) { dashboard.openDay(textOf(body)); }),
-        std::make_shared<Message>(
-            "mailChosen", [](DashboardApplication& dashboard, const Value&) { dashboard.showInbox(); }),
+        std::make_shared<Message>("mailChosen",
+            [](DashboardApplication& dashboard, const Value&) { dashboard.showSibling(App::inbox); }),
     };
 }
 
 void DashboardApplication::addMenus(NSMenu& bar)
 {
     addMenu(bar, "View", {menuItem("Refresh", &DashboardApplication::refresh, "r")});
-    addMenu(bar, "Suite", {menuItem("Show Inbox", &DashboardApplication::showInbox, "1")});
 }
 
 void DashboardApplication::pageIsReady()
@@ -75,11 +74,6 @@ void DashboardApplication::openDay(const std::string& day)
         return;
     report("day chosen: " + day);
     report(openInCalendar({day, shownAccount()}) ? "calendar asked" : "no calendar");
-}
-
-void DashboardApplication::showInbox()
-{
-    report(CrossApp::open(App::inbox) ? "inbox shown" : "no inbox");
 }
 
 } // namespace LumoSuite

@@ -20,7 +20,6 @@ private:
 
     void refresh() { execute("LumoDashboard.refresh()"); }
     void openDay(const std::string& day);
-    void showInbox();
 
     std::map<std::string, std::int64_t> unread; // by address: what each account had when it was last seen
 };

@@ -1,5 +1,6 @@
 #include "Gmail/GmailApplication.h"
 
+#include <LumoKit/Utility/KeypressSimulator.h>
 #include <LumoKit/Utility/Pluralize.h>
 
 namespace LumoSuite {
@@ -64,19 +65,22 @@ void GmailApplication::addControls()
 
 void GmailApplication::addMenus(NSMenu& bar)
 {
-    addMenu(bar, "Thread", {menuItem("Archive", &GmailApplication::archive, "d")});
-    addMenu(bar, "Suite", {menuItem("Show Calendar", &GmailApplication::showCalendar, "2")});
+    addMenu(bar, "Thread",
+        {menuItem("Archive", &GmailApplication::archive, "d"),
+            menuItem("Next", &GmailApplication::showNext, "]"),
+            menuItem("Previous", &GmailApplication::showPrevious, "[")});
+}
+
+void GmailApplication::press(const std::string& key)
+{
+    window()->makeFirstResponder(view);
+    KeyPressSimulator::simulate({.character = key});
 }
 
 void GmailApplication::pageIsGone()
 {
     if (button)
         button->setEnabled(false);
-}
-
-void GmailApplication::showCalendar()
-{
-    report(CrossApp::open(App::calendar) ? "calendar shown" : "no calendar");
 }
 
 } // namespace LumoSuite

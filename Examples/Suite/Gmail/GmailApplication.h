@@ -22,7 +22,10 @@ private:
     void pageIsGone() override;
 
     void archive() { execute("LumoMail.archive()"); }
-    void showCalendar();
+    void showNext() { press("j"); }
+    void showPrevious() { press("k"); }
+    /// A key that the page has for what a menu offers.
+    void press(const std::string& key);
 
     std::shared_ptr<LumoKit::NSButton> button;
 };

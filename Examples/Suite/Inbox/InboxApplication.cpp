@@ -87,7 +87,6 @@ void InboxApplication::addMenus(NSMenu& bar)
     addMenu(bar, "Conversation",
         {menuItem("Mark as Done", &InboxApplication::markDone, "d"),
             menuItem("Print…", &InboxApplication::printConversation, "p")});
-    addMenu(bar, "Suite", {menuItem("Show Calendar", &InboxApplication::showCalendar, "2")});
 }
 
 void InboxApplication::pageIsGone()
@@ -167,11 +166,6 @@ void InboxApplication::openDay(const std::string& day)
     report("day chosen: " + day);
     // In the calendar of whoever reads this.
     report(openInCalendar({day, shownAccount()}) ? "calendar asked" : "no calendar");
-}
-
-void InboxApplication::showCalendar()
-{
-    report(CrossApp::open(App::calendar) ? "calendar shown" : "no calendar");
 }
 
 } // namespace LumoSuite

@@ -34,7 +34,6 @@ private:
     /// Shows what waits to be written, once the page can.
     void composeMails();
     void openDay(const std::string& day);
-    void showCalendar();
 
     std::shared_ptr<LumoKit::NSButton> button;
     std::shared_ptr<LumoKit::WebPrinter> printer;

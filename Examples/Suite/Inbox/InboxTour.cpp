@@ -16,18 +16,6 @@ constexpr const char* mailLink =
     "20it%20on"
     "%20Friday%2C%20after%20lunch%3F%0A%0ARobin";
 
-/// Puts a file into the page's input, as the open panel does.
-constexpr const char* attachFile = R"(
-    {
-        const chosen = new DataTransfer();
-        chosen.items.add(new File([new Uint8Array(184320)], 'Harbour map, proof 2.pdf'));
-        const input = document.getElementById('compose-file');
-        input.files = chosen.files;
-        input.dispatchEvent(new Event('change'));
-    }
-    undefined
-)";
-
 } // namespace
 
 std::vector<Tour::Step> inboxTour(const std::weak_ptr<InboxApplication>& inbox, const TourSteps& steps)
@@ -43,11 +31,17 @@ std::vector<Tour::Step> inboxTour(const std::weak_ptr<InboxApplication>& inbox, 
         steps.awaitPainting(),
         steps.savePicture(),
         {"a mail link, opened elsewhere, begins a mail", TourSteps::openLink(mailLink),
-            "mail begun: The harbour map is printed"},
-        {"a file is attached", steps.run(attachFile), "file attached: "},
+            "mail begun: The harbour map is printed", {"MailToManager", "MailToParser"}},
+        {"a file is chosen for it",
+            steps.chooseFile(steps.run("document.getElementById('attach-button').click()"),
+                "Harbour map, proof 2.pdf", std::string(184320, '%')),
+            "file chosen"},
+        {"it is attached", {}, "file attached: Harbour map, proof 2.pdf", {"Attachments"}},
         steps.awaitPainting(),
         steps.savePicture("-mail"),
         {"it is sent", steps.run("document.getElementById('compose').requestSubmit()"), "mail sent: "},
+        {"the conversation is printed", steps.print("Conversation", "Print…", "inbox-printed.pdf"),
+            "printed: inbox-printed.pdf", {"WebPrinter"}},
         {"the native button marks it done", click, "conversation done"},
         {"the user chooses the dark theme", steps.choose(ThemeMode::forceDark), "theme chosen: forceDark"},
         steps.awaitDark(),
@@ -66,9 +60,16 @@ std::vector<Tour::Step> inboxTour(const std::weak_ptr<InboxApplication>& inbox, 
             {"the mail is put away", steps.run("document.getElementById('leave-button').click()"), ""});
         walk.push_back({"a day in a message is opened in the calendar",
             steps.run("LumoInbox.open('c1'); document.querySelector('.message a.day').click()"),
-            "calendar asked"});
+            "calendar asked", {"CrossApp"}});
+        walk.push_back(
+            {"the calendar comes to the front", TourSteps::chooseCommand("Suite", "Show Lumo for Calendar"),
+                "sibling shown: Lumo for Calendar", {"CrossApp", "NSView+Payload"}});
+        walk.push_back(steps.leaveRunning(CrossApp::App::calendar));
     }
-    walk.push_back(steps.closeWindow());
+    walk.push_back({"help is opened", TourSteps::chooseCommand("Help", "Lumo Help"), "help shown: "});
+    walk.push_back(
+        {"it closes with the main window", steps.closeWindow().act, "help closed", {"WindowControllers"}});
+    walk.push_back({"the window closes", {}, "window closed"});
     return walk;
 }
 

@@ -193,4 +193,26 @@ std::expected<SignIn, std::string> readSignIn(std::string_view text)
     return SignIn{body["address"].get<std::string>(), body["password"].get<std::string>()};
 }
 
+std::expected<HelpRequest, std::string> readHelpRequest(std::string_view text)
+{
+    const Json body = Json::parse(text, nullptr, false);
+    if (body.is_discarded())
+        return std::unexpected("The body is not JSON.");
+    const auto isText = [&](const char* name) { return body.contains(name) && body[name].is_string(); };
+    if (!body.is_object() || body.size() != 3 || !isText("contact") || !isText("question")
+        || !isText("facts"))
+        return std::unexpected(
+            "The body has to be an object with the texts \"contact\", \"question\" and \"facts\".");
+    HelpRequest request{body["contact"].get<std::string>(), body["question"].get<std::string>(),
+        body["facts"].get<std::string>()};
+    if (request.contact.empty() || request.question.empty())
+        return std::unexpected("Neither \"contact\" nor \"question\" may be empty.");
+    return request;
+}
+
+std::string helpNumberText(std::size_t number)
+{
+    return jsonText({{"number", number}});
+}
+
 } // namespace LumoSuite

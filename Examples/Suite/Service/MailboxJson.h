@@ -62,4 +62,19 @@ struct SignIn {
 /// Errors: a sentence that says what is wrong with the text.
 std::expected<SignIn, std::string> readSignIn(std::string_view text);
 
+/// What somebody asks those who make the suite.
+struct HelpRequest {
+    std::string contact;
+    std::string question;
+    std::string facts; // of the application; may be empty
+};
+
+/// Reads an object with the texts "contact", "question" and "facts", the first two not empty, and no other field.
+///
+/// Errors: a sentence that says what is wrong with the text.
+std::expected<HelpRequest, std::string> readHelpRequest(std::string_view text);
+
+/// By which number a request is known.
+std::string helpNumberText(std::size_t number);
+
 } // namespace LumoSuite

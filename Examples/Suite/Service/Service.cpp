@@ -103,6 +103,7 @@ std::pair<std::string, std::string> setCookie(std::string_view name, std::string
             + "; Path=/; HttpOnly; SameSite=Lax; Max-Age=" + std::to_string(seconds)};
 }
 
+constexpr std::size_t mostHelpRequests = 100;
 constexpr int sessionSeconds = 30 * 24 * 60 * 60;
 
 Response json(std::string text)
@@ -293,7 +294,7 @@ struct Service::Native {
         }
     };
 
-    static const std::array<Route, 34> routes;
+    static const std::array<Route, 37> routes;
 
     // What there is of one who can sign in.
     struct Reader {
@@ -307,6 +308,7 @@ struct Service::Native {
     Sessions sessions;
     std::vector<Reader> readers;
     InjectState inject = InjectState::current;
+    std::vector<HelpRequest> helpRequests; // in the order of their numbers, from 1 on
     ObjectPointer<SoupServer> server;
     std::uint16_t port = 0;
     std::string host;
@@ -345,6 +347,7 @@ struct Service::Native {
     Response readersPage(const Request& request);
     Response listAccounts(const Request& request);
     Response tellUserAgent(const Request& request);
+    Response takeHelpRequest(const Request& request);
     Response injectScript(const Request& request);
     Response changeInject(const Request& request);
     Response beginSession(const Request& request);
@@ -380,7 +383,7 @@ struct Service::Native {
 };
 
 // The whole of what the service answers. HEAD goes where GET goes; the first route that fits is taken.
-constinit const std::array<Service::Native::Route, 34> Service::Native::routes{
+constinit const std::array<Service::Native::Route, 37> Service::Native::routes{
     Route{"GET", "/", Reach::exact, &Native::toStart},
     Route{"GET", "/start", Reach::exact, &Native::toInbox},
     Route{"GET", "/inbox", Reach::exact, &Native::toFolder},
@@ -397,6 +400,8 @@ constinit const std::array<Service::Native::Route, 34> Service::Native::routes{
     Route{"GET", "/dashboard/", Reach::below, &Native::page},
     Route{"GET", "/sign-in", Reach::exact, &Native::toFolder},
     Route{"GET", "/sign-in/", Reach::below, &Native::page},
+    Route{"GET", "/help", Reach::exact, &Native::toFolder},
+    Route{"GET", "/help/", Reach::below, &Native::page},
     Route{"GET", "/shared/", Reach::below, &Native::page},
     Route{"GET", "/avatars/", Reach::below, &Native::page},
     Route{"GET", "/inject/", Reach::below, &Native::injectScript},
@@ -406,6 +411,7 @@ constinit const std::array<Service::Native::Route, 34> Service::Native::routes{
     Route{"POST", "/api/sign-in", Reach::exact, &Native::beginSession},
     Route{"POST", "/api/sign-out", Reach::exact, &Native::endSession},
     Route{"POST", "/api/turn", Reach::exact, &Native::turnSession},
+    Route{"POST", "/api/help", Reach::exact, &Native::takeHelpRequest},
     Route{"GET", "/api/news", Reach::exact, &Native::mail<&tellNews>},
     Route{"GET", "/api/events", Reach::exact, &Native::of<&listEvents>},
     Route{"POST", attachmentsPath, Reach::exact, &Native::of<&attach>, bytesType},
@@ -621,6 +627,17 @@ Response Service::Native::turnSession(const Request& request)
         .type = {},
         .body = {},
         .headers = {setCookie(Sessions::turningCookie, *next, sessionSeconds)}};
+}
+
+Response Service::Native::takeHelpRequest(const Request& request)
+{
+    const auto read = readHelpRequest(request.body);
+    if (!read)
+        return failure(SOUP_STATUS_BAD_REQUEST, read.error());
+    if (helpRequests.size() == mostHelpRequests)
+        return failure(SOUP_STATUS_INSUFFICIENT_STORAGE, "There are too many requests.");
+    helpRequests.push_back(*read);
+    return json(helpNumberText(helpRequests.size()));
 }
 
 Response Service::Native::tellNews(Mailbox& mailbox, const Request&)

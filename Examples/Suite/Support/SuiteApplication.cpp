@@ -1,16 +1,20 @@
 #include "Support/SuiteApplication.h"
 
+#include "Help/HelpCookieStorage.h"
 #include "Support/SecretCookieStorage.h"
 #include "Support/SharedAccounts.h"
 #include "Support/SuiteSettings.h"
 #include "Support/ThemeMenu.h"
+#include "Support/UserAgentOperation.h"
 
+#include <LumoKit/Extensions/NSWindowController.h>
 #include <LumoKit/FileWatcher/WatchLocalInject.h>
 #include <LumoKit/Platform/ApplicationKit/LaunchServices.h>
 #include <LumoKit/Platform/Dispatch/DispatchQueue.h>
 #include <LumoKit/Platform/Foundation/Bundle.h>
 #include <LumoKit/Utility/Alerts.h>
 #include <LumoKit/Utility/FileSystem.h>
+#include <LumoKit/Utility/NSView+Payload.h>
 #include <LumoKit/Utility/ResetApp.h>
 #include <LumoKit/Utility/URLCommandParser.h>
 #include <LumoKit/WebView/Attachments.h>
@@ -18,6 +22,7 @@
 #include <LumoKit/WebView/UserAgentFetcher.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace LumoSuite {
 
@@ -134,11 +139,57 @@ void SuiteApplication::makeMenu()
     const std::string shortName = name.substr(name.rfind(' ') + 1);
     addMenu(*bar, shortName,
         {settingsItem, menuItem("Forget Website Data…", &SuiteApplication::askToForget),
-            NSMenuItem::separator(),
-            std::make_shared<NSMenuItem>("Quit", [](NSMenuItem&) { quitApp(); }, "q")});
+            NSMenuItem::separator(), menuItem("Quit", &SuiteApplication::askToQuit, "q")});
     addMenus(*bar);
+    addMenu(*bar, "Suite", siblings());
     addMenu(*bar, "Developer", {menuItem("Use a Local Script…", &SuiteApplication::watchLocalScript)});
+    addMenu(*bar, "Help", {menuItem("Lumo Help", &SuiteApplication::showHelp, "?")});
     NSApplication::shared().setMainMenu(bar);
+}
+
+MenuItems SuiteApplication::siblings()
+{
+    MenuItems items;
+    for (const App sibling : {App::gmail, App::calendar, App::inbox, App::dashboard}) {
+        if (sibling == app)
+            continue;
+        const std::string key = std::to_string(items.size() + 1);
+        items.push_back(std::make_shared<NSMenuItem>(
+            "Show " + CrossApp::name(sibling),
+            [weak = weak_from_this()](NSMenuItem& item) {
+                if (const auto application = weak.lock())
+                    application->showSibling(std::any_cast<App>(payload(item)));
+            },
+            key));
+        setPayload(*items.back(), sibling);
+    }
+    return items;
+}
+
+void SuiteApplication::showSibling(App sibling)
+{
+    report((CrossApp::open(sibling) ? "sibling shown: " : "no sibling: ") + CrossApp::name(sibling));
+}
+
+void SuiteApplication::showHelp()
+{
+    if (help)
+        return help->showWindow();
+    if (!helpCookies)
+        helpCookies = std::make_shared<CookieJar>(std::make_shared<HelpCookieStorage>(
+            makeCookieStorage(FileSystemUtils::applicationDataDirectoryURL().path() + "/HelpCookies"),
+            report));
+    const auto form = origin.empty() ? std::nullopt : URL::parse(origin + "/help/");
+    help =
+        HelpWindowController::open(std::make_shared<HelpServices>(form, shownAccount(), helpCookies, report));
+    onClose(*help, [weak = weak_from_this()] {
+        const auto application = weak.lock();
+        if (!application || !application->help)
+            return;
+        // It is closing still, and released afterwards.
+        DispatchQueue::main()->async([closed = std::exchange(application->help, nullptr)] { });
+        application->report("help closed");
+    });
 }
 
 // ---- the service and its script
@@ -167,6 +218,7 @@ void SuiteApplication::startService()
 
 void SuiteApplication::showService()
 {
+    tellOfStart();
     downloader =
         std::make_shared<InjectDownloader>(std::static_pointer_cast<SuiteApplication>(shared_from_this()));
     downloader->downloadInject([weak = weak_from_this()](const std::string& js) {
@@ -178,6 +230,22 @@ void SuiteApplication::showService()
         std::make_shared<MultiCookieJar>(makeCookieStorage(data / "Cookies")),
         *URL::parse(origin + "/" + folder));
     switcher->show(commanded.value_or(settings->get(SuiteSettings::account)));
+}
+
+void SuiteApplication::tellOfStart()
+{
+    // The service is asked for a user agent, and so learns of every start; what pages see is settled before.
+    UserAgentFetcher::setShared(
+        UserAgentFetcher::create({.url = *URL::parse(origin + "/user_agent/v1/latest"),
+            .configuration = URLSessionConfiguration::defaultConfiguration()}));
+    const auto asking = std::make_shared<UserAgentOperation>(UserAgentFetcher::shared());
+    asking->setCompletionBlock([weak = weak_from_this()] {
+        DispatchQueue::main()->async([weak] {
+            if (const auto application = weak.lock())
+                application->report("service told of the start");
+        });
+    });
+    operations.addOperation(asking);
 }
 
 URL SuiteApplication::injectURL() const
@@ -252,9 +320,25 @@ void SuiteApplication::askToForget()
 {
     askConfirmation("Forget what pages have stored?",
         name + " is started again. Accounts stay signed in, as their cookies are kept apart.", "Forget",
-        "Cancel", std::nullopt, AlertPresentationStyle::sheet(window()), [](bool confirmed) {
+        "Cancel", std::nullopt, AlertPresentationStyle::sheet(window()), [report = report](bool confirmed) {
+            if (!confirmed)
+                return;
+            report("website data forgotten");
+            resetWebStuff([report] {
+                report("started again");
+                relaunchApp();
+            });
+        });
+}
+
+void SuiteApplication::askToQuit()
+{
+    askConfirmation("Quit " + name + "?", "What comes meanwhile is there when it is started again.", "Quit",
+        "Cancel", AlertSuppressionInfo{std::string(SuiteSettings::quitsWithoutAsking), "Do not ask again"},
+        AlertPresentationStyle::sheet(window()), [report = report](bool confirmed) {
+            report(confirmed ? "quit" : "not quit");
             if (confirmed)
-                resetWebStuff(&relaunchApp);
+                quitApp();
         });
 }
 

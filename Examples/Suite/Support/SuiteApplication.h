@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Help/HelpWindowController.h"
 #include "Support/AccountMenu.h"
 #include "Support/AccountSwitcher.h"
 #include "Support/MenuBar.h"
@@ -10,6 +11,7 @@
 #include <LumoKit/FileWatcher/FileWatcherManager.h>
 #include <LumoKit/Platform/ApplicationKit/NSApplication.h>
 #include <LumoKit/Platform/Foundation/NSAppleEventManager.h>
+#include <LumoKit/Platform/Foundation/OperationQueue.h>
 #include <LumoKit/Utility/CrossApp.h>
 #include <LumoKit/WebView/InjectDownloader.h>
 #include <LumoKit/WebView/LMWebView.h>
@@ -54,6 +56,9 @@ public:
     {
         return accounts->button();
     }
+    /// Null while it is closed.
+    [[nodiscard]] const std::shared_ptr<HelpWindowController>& helpWindow() const { return help; }
+    [[nodiscard]] std::shared_ptr<LumoKit::LMWebView> pageView() const { return view; }
 
 protected:
     /// An application whose page is in a folder of the service ("inbox"), or that shows any other page instead.
@@ -89,6 +94,9 @@ protected:
 
     /// Shows the page for one of the suite's accounts, unless it is; false where it is none of them.
     bool openAccount(const std::string& address);
+
+    /// Brings another application of the suite to the front, where it is installed.
+    void showSibling(App sibling);
 
     /// An item that calls a member of the application, which it does not keep.
     template <class Application>
@@ -139,10 +147,14 @@ private:
     void makePage();
     void makeControls();
     void makeMenu();
+    [[nodiscard]] MenuItems siblings();
     void startService();
     void showService();
+    void tellOfStart();
     void inject(const std::string& js);
     void askToForget();
+    void askToQuit();
+    void showHelp();
     void watchLocalScript();
     void pageAsksToSignIn();
 
@@ -160,6 +172,9 @@ private:
     std::string script; // the latest; empty before it is delivered
     std::shared_ptr<AccountSwitcher> switcher; // null for another page, and before the service listens
     std::unique_ptr<LumoKit::WebViewJavascriptExecutor> scripts;
+    LumoKit::OperationQueue operations;
+    std::shared_ptr<LumoKit::CookieJar> helpCookies;
+    std::shared_ptr<HelpWindowController> help; // null while it is closed
     std::optional<std::string> commanded; // the account that a command asked for before the service listened
     LumoKit::KeyValueObservation titleObservation;
     bool hasKeptCookies = false; // nothing holds up the end any more

@@ -80,8 +80,10 @@ int suiteMain(const SuiteProgram& program, int count, char** arguments)
     bool complete = true;
     if (options->picture) {
         complete = false;
-        if (!options->page) // it signs in by itself
+        if (!options->page) { // it signs in by itself, and is asked what it asks
             Settings::create(UserDefaults::standard())->set(SuiteSettings::account, std::string());
+            UserDefaults::standard()->removeObject(SuiteSettings::quitsWithoutAsking);
+        }
         const TourSteps steps(host, *options->picture, report);
         tour = std::make_shared<Tour>(
             options->page ? steps.throughAnyPage() : program.tour(host, steps), [&](bool everything) {

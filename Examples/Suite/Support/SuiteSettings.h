@@ -30,4 +30,7 @@ inline const auto account = KeyWithDefaultValue<std::string>::create("account", 
 /// How large the window's content was when it was last seen.
 inline const auto windowSize = KeyWithDefaultValue<LumoKit::CGSize>::create("windowSize", {1180, 760});
 
+/// Where it is remembered that the application quits without asking; the alert reads and writes it by itself.
+inline constexpr std::string_view quitsWithoutAsking = "quitsWithoutAsking";
+
 } // namespace LumoSuite::SuiteSettings

@@ -4,6 +4,7 @@
 
 #include <LumoKit/Platform/ApplicationKit/NSView.h>
 #include <LumoKit/Utility/FramelessWindowBehaviour.h>
+#include <LumoKit/Utility/WindowControllers.h>
 
 #include <algorithm>
 #include <cmath>
@@ -90,6 +91,12 @@ void SuiteWindow::show(const std::shared_ptr<NSView>& page)
 void SuiteWindow::setTitle(const std::string& shown)
 {
     window->setTitle(shown.empty() ? name : shown + " – " + name);
+}
+
+void SuiteWindow::windowWillClose(NSWindow&)
+{
+    closeWindowControllers<NSWindowController>(); // which the other windows have
+    report("window closed");
 }
 
 void SuiteWindow::windowDidResize(NSWindow& resized)

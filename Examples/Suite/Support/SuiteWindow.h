@@ -35,7 +35,7 @@ public:
 private:
     SuiteWindow(std::string name, std::shared_ptr<LumoKit::Settings> settings, Report report);
     void open();
-    void windowWillClose(LumoKit::NSWindow&) override { report("window closed"); }
+    void windowWillClose(LumoKit::NSWindow&) override;
     void windowDidResize(LumoKit::NSWindow& window) override;
 
     const std::string name;

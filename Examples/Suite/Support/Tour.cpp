@@ -12,6 +12,15 @@ using namespace LumoKit;
 
 namespace {
 
+/// " [Alerts, ResetApp]"; nothing for no names.
+std::string listed(const std::vector<std::string>& names)
+{
+    std::string list;
+    for (const std::string& name : names)
+        list += (list.empty() ? " [" : ", ") + name;
+    return list.empty() ? list : list + "]";
+}
+
 /// How long a step may take.
 /// Units: seconds.
 constexpr double patience = 20;
@@ -68,7 +77,7 @@ bool Tour::takeStep()
     if (seen == events.end())
         return false;
     events.erase(seen);
-    print("seen: " + step.name);
+    print("seen: " + step.name + listed(step.shows));
     acted = false;
     ++current;
     return true;

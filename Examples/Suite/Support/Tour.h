@@ -20,6 +20,9 @@ public:
         std::function<void()> act;
         /// The beginning of the event that ends the step.
         std::string expected;
+        /// The framework's components without which that event does not come, by the names of their headers. The tests hold
+        /// those of all walks against those that there are, and against what has run.
+        std::vector<std::string> shows{};
     };
 
     /// `ended` is called once, with whether every step was seen.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Support/Panels.h"
 #include "Support/SuiteApplication.h"
 #include "Support/Tour.h"
 
@@ -31,6 +32,19 @@ public:
     [[nodiscard]] Action chooseAccount(std::string title) const;
     [[nodiscard]] Action addAccount() const { return chooseAccount("Add Account…"); }
     [[nodiscard]] Action choose(LumoKit::ThemeMode mode) const;
+    /// Chooses a command of the menu bar, by the titles of its menu and its item.
+    [[nodiscard]] static Action chooseCommand(const std::string& menu, const std::string& item);
+    /// The same, and then presses a button of the alert that asks for more.
+    [[nodiscard]] static Action chooseCommand(
+        const std::string& menu, const std::string& item, const std::string& button, PanelInput input = {});
+    /// Does something that puts the open panel up, and chooses a file there that this makes, which is gone after the walk.
+    [[nodiscard]] Action chooseFile(
+        const Action& ask, const std::string& name, const std::string& contents) const;
+    /// Writes that file again.
+    [[nodiscard]] Action changeFile(const std::string& name, const std::string& contents) const;
+    /// Prints by a command as into a file, without a panel.
+    [[nodiscard]] Action print(
+        const std::string& menu, const std::string& item, const std::string& name) const;
     /// Starts the application once more with a link, as the desktop does. It ends when this one has taken the link.
     [[nodiscard]] static Action openLink(std::string link);
 
@@ -39,12 +53,19 @@ public:
     /// Two frames after it is asked for, what the page shows is on its way to the screen.
     [[nodiscard]] Tour::Step awaitPainting() const;
     [[nodiscard]] Tour::Step savePicture(const std::string& addition = "") const;
+    /// A picture of another window.
+    [[nodiscard]] Tour::Step savePictureOf(
+        std::function<std::shared_ptr<LumoKit::NSWindow>()> window, const std::string& addition) const;
     /// The page tells the host as soon as what it draws by is dark.
     [[nodiscard]] Tour::Step awaitDark() const;
     /// Gives the window another size than it has.
     [[nodiscard]] Tour::Step resize() const;
+    /// Says that an application runs when the walk has ended, to whoever has to end it.
+    [[nodiscard]] Tour::Step leaveRunning(SuiteApplication::App app) const;
     [[nodiscard]] Tour::Step closeWindow() const;
     [[nodiscard]] Tour::Step failInPage() const;
+    /// Moves the window by the bar that is all the title it has.
+    [[nodiscard]] Tour::Step dragWindow() const;
 
     /// The walk through any page: it loads, and a picture is saved.
     [[nodiscard]] std::vector<Tour::Step> throughAnyPage() const;
@@ -55,9 +76,12 @@ public:
     [[nodiscard]] std::vector<Tour::Step> throughAccounts(const std::string& folder) const;
 
 private:
+    class Scratch;
+
     const std::weak_ptr<SuiteApplication> application;
     const std::filesystem::path picture;
     const Report report;
+    const std::shared_ptr<const Scratch> scratch; // the folder of the files that are chosen
 };
 
 } // namespace LumoSuite
