@@ -76,8 +76,8 @@ std::vector<Tour::Step> dashboardTour(
         {"the first account comes back", steps.chooseAccount("Robin Ellery"),
             "account shown: robin@example.com"},
     };
-    std::ranges::copy(throughHelp(dashboard, steps), std::back_inserter(walk));
     walk.insert(walk.end(), ofItsOwn.begin(), ofItsOwn.end());
+    std::ranges::copy(throughHelp(dashboard, steps), std::back_inserter(walk));
     std::ranges::copy(steps.throughTheDark(), std::back_inserter(walk));
     walk.pop_back(); // it ends with what it starts again
     walk.push_back(steps.leaveRunning(CrossApp::App::dashboard));
