@@ -1,6 +1,7 @@
 #include "EngineCookie.h"
 
 #include <LumoKit/Platform/Foundation/Characters.h>
+#include <LumoKit/Platform/Native/ObjectPtr.h>
 
 #include <algorithm>
 
@@ -20,6 +21,34 @@ bool canBeSent(std::string_view text)
     });
 }
 
+/// Whether libsoup takes a cookie that other sites' requests may carry and that is not for secure connections alone. Newer
+/// versions refuse it, as browsers do, and the session in it would be lost; "lax" is the nearest that they take.
+bool areUnrestrictedTaken()
+{
+    static const bool taken = [] {
+        const auto jar = ObjectPtr<SoupCookieJar>::adopt(soup_cookie_jar_new());
+        constexpr int untilTheSessionEnds = -1;
+        SoupCookie* cookie = soup_cookie_new("name", "value", "example.com", "/", untilTheSessionEnds);
+        soup_cookie_set_same_site_policy(cookie, SOUP_SAME_SITE_POLICY_NONE);
+        soup_cookie_jar_add_cookie(jar.get(), cookie); // takes it over
+        GSList* all = soup_cookie_jar_all_cookies(jar.get());
+        const bool isThere = all != nullptr;
+        g_slist_free_full(all, [](gpointer each) { soup_cookie_free(static_cast<SoupCookie*>(each)); });
+        return isThere;
+    }();
+    return taken;
+}
+
+SoupSameSitePolicy policyOf(const HTTPCookie& cookie)
+{
+    if (cookie.sameSitePolicy() == NSHTTPCookieSameSiteStrict)
+        return SOUP_SAME_SITE_POLICY_STRICT;
+    if (cookie.sameSitePolicy() == NSHTTPCookieSameSiteLax)
+        return SOUP_SAME_SITE_POLICY_LAX;
+    return cookie.isSecure() || areUnrestrictedTaken() ? SOUP_SAME_SITE_POLICY_NONE
+                                                       : SOUP_SAME_SITE_POLICY_LAX;
+}
+
 } // namespace
 
 EngineCookie engineCookie(const HTTPCookie& cookie)
@@ -33,10 +62,7 @@ EngineCookie engineCookie(const HTTPCookie& cookie)
         cookie.path().c_str(), untilTheSessionEnds));
     soup_cookie_set_secure(made.get(), cookie.isSecure());
     soup_cookie_set_http_only(made.get(), cookie.isHTTPOnly());
-    soup_cookie_set_same_site_policy(made.get(),
-        cookie.sameSitePolicy() == NSHTTPCookieSameSiteStrict    ? SOUP_SAME_SITE_POLICY_STRICT
-            : cookie.sameSitePolicy() == NSHTTPCookieSameSiteLax ? SOUP_SAME_SITE_POLICY_LAX
-                                                                 : SOUP_SAME_SITE_POLICY_NONE);
+    soup_cookie_set_same_site_policy(made.get(), policyOf(cookie));
     if (const auto& expires = cookie.expiresDate()) {
         // The years 1 to 9999, which is what the engine's dates reach.
         const double seconds =
