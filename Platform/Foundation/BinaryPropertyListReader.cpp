@@ -1,5 +1,7 @@
 #include "BinaryPropertyListReader.h"
 
+#include "BinaryPropertyListForm.h"
+
 #include <bit>
 #include <chrono>
 #include <limits>
@@ -8,20 +10,6 @@
 namespace LumoKit::detail {
 
 namespace {
-
-// The upper half of a marker.
-constexpr std::uint64_t constant = 0x0;
-constexpr std::uint64_t integer = 0x1;
-constexpr std::uint64_t real = 0x2;
-constexpr std::uint64_t date = 0x3;
-constexpr std::uint64_t data = 0x4;
-constexpr std::uint64_t ascii = 0x5;
-constexpr std::uint64_t utf16 = 0x6;
-constexpr std::uint64_t uid = 0x8;
-constexpr std::uint64_t array = 0xA;
-constexpr std::uint64_t orderedSet = 0xB;
-constexpr std::uint64_t set = 0xC;
-constexpr std::uint64_t dictionary = 0xD;
 
 /// Property lists count seconds from the first of January 2001.
 constexpr double referenceDate = 978307200;
@@ -92,26 +80,26 @@ BinaryPropertyListReader::Kind BinaryPropertyListReader::kind(Index object) cons
 {
     const Body body = bodyOf(object);
     switch (body.kind) {
-    case constant:
+    case binary::constant:
         return body.length == 8 || body.length == 9 ? Kind::boolean : Kind::none;
-    case integer:
+    case binary::integer:
         return body.length <= 4 ? Kind::integer : Kind::none;
-    case real:
+    case binary::real:
         return body.length == 2 || body.length == 3 ? Kind::real : Kind::none;
-    case date:
+    case binary::date:
         return Kind::date;
-    case data:
+    case binary::data:
         return Kind::data;
-    case ascii:
-    case utf16:
+    case binary::ascii:
+    case binary::utf16:
         return Kind::text;
-    case uid:
+    case binary::uid:
         return Kind::reference;
-    case array:
-    case orderedSet:
-    case set:
+    case binary::array:
+    case binary::orderedSet:
+    case binary::set:
         return Kind::array;
-    case dictionary:
+    case binary::dictionary:
         return Kind::dictionary;
     default:
         return Kind::none;
@@ -150,7 +138,7 @@ Value BinaryPropertyListReader::leaf(Index object) const
     }
     case Kind::text: {
         const auto content = contentOf(body);
-        return body.kind == ascii ? Value(content) : Value(fromUTF16(content));
+        return body.kind == binary::ascii ? Value(content) : Value(fromUTF16(content));
     }
     default:
         return {};
@@ -161,7 +149,7 @@ std::uint64_t BinaryPropertyListReader::size(Index object) const
 {
     const Body body = bodyOf(object);
     const std::uint64_t inList = contentOf(body).size();
-    return body.kind == utf16 ? inList / 2 * 3 : inList; // in UTF-8
+    return body.kind == binary::utf16 ? inList / 2 * 3 : inList; // in UTF-8
 }
 
 bool BinaryPropertyListReader::isText(Index object, std::string_view text) const
@@ -169,17 +157,17 @@ bool BinaryPropertyListReader::isText(Index object, std::string_view text) const
     const Body body = bodyOf(object);
     if (body.length != text.size())
         return false;
-    return body.kind == ascii ? contentOf(body) == text
-                              : body.kind == utf16 && fromUTF16(contentOf(body)) == text;
+    return body.kind == binary::ascii ? contentOf(body) == text
+                                      : body.kind == binary::utf16 && fromUTF16(contentOf(body)) == text;
 }
 
 bool BinaryPropertyListReader::isTextWithNul(Index object) const
 {
     const Body body = bodyOf(object);
-    if (body.kind != ascii && body.kind != utf16)
+    if (body.kind != binary::ascii && body.kind != binary::utf16)
         return false;
     const auto content = contentOf(body);
-    if (body.kind == ascii)
+    if (body.kind == binary::ascii)
         return content.contains('\0');
     for (std::size_t at = 0; at < content.size(); at += 2)
         if (content[at] == 0 && content[at + 1] == 0)
@@ -191,7 +179,7 @@ std::optional<std::uint64_t> BinaryPropertyListReader::reference(Index object) c
 {
     const Body body = bodyOf(object);
     constexpr std::uint64_t longest = 8;
-    if (body.kind != uid || body.length >= longest)
+    if (body.kind != binary::uid || body.length >= longest)
         return std::nullopt;
     return number(body.first, body.length + 1);
 }
@@ -199,8 +187,9 @@ std::optional<std::uint64_t> BinaryPropertyListReader::reference(Index object) c
 std::optional<BinaryPropertyListReader::Container> BinaryPropertyListReader::container(Index object) const
 {
     const Body body = bodyOf(object);
-    const bool isDictionary = body.kind == dictionary;
-    if (!isDictionary && body.kind != array && body.kind != orderedSet && body.kind != set)
+    const bool isDictionary = body.kind == binary::dictionary;
+    if (!isDictionary && body.kind != binary::array && body.kind != binary::orderedSet
+        && body.kind != binary::set)
         return std::nullopt;
     if (!fits(body, referenceSize * (isDictionary ? 2 : 1)))
         return std::nullopt;
@@ -214,7 +203,7 @@ BinaryPropertyListReader::Body BinaryPropertyListReader::bodyOf(Index object) co
     const std::uint64_t start = number(table + object * offsetSize, offsetSize);
     const std::uint64_t marker = number(start, 1);
     Body body{marker >> 4, marker & 0xF, start + 1};
-    if (body.length == 0xF && body.kind >= data) { // it stands in an integer of its own
+    if (body.length == binary::apart && body.kind >= binary::data) { // it stands in an integer of its own
         const std::uint64_t size = std::uint64_t(1) << (number(body.first, 1) & 0xF);
         if (size > 8)
             return {};
@@ -226,9 +215,9 @@ BinaryPropertyListReader::Body BinaryPropertyListReader::bodyOf(Index object) co
 
 std::string_view BinaryPropertyListReader::contentOf(const Body& body) const
 {
-    if (body.kind != data && body.kind != ascii && body.kind != utf16)
+    if (body.kind != binary::data && body.kind != binary::ascii && body.kind != binary::utf16)
         return {};
-    const std::uint64_t unit = body.kind == utf16 ? 2 : 1;
+    const std::uint64_t unit = body.kind == binary::utf16 ? 2 : 1;
     return fits(body, unit) ? bytes.substr(body.first, body.length * unit) : std::string_view();
 }
 

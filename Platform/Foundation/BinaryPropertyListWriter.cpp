@@ -1,5 +1,7 @@
 #include "BinaryPropertyListWriter.h"
 
+#include "BinaryPropertyListForm.h"
+
 #include <LumoKit/Platform/Native/Handles.h>
 
 #include <algorithm>
@@ -11,18 +13,9 @@ namespace LumoKit::detail {
 
 namespace {
 
-// The upper half of a marker.
-constexpr int integer = 0x1;
-constexpr int data = 0x4;
-constexpr int ascii = 0x5;
-constexpr int utf16 = 0x6;
-constexpr int uid = 0x8;
-constexpr int array = 0xA;
-constexpr int dictionary = 0xD;
-
-char marker(int kind, std::uint64_t length)
+char marker(std::uint64_t kind, std::uint64_t length)
 {
-    return static_cast<char>(kind << 4 | static_cast<int>(length));
+    return static_cast<char>(kind << 4 | length);
 }
 
 void appendNumber(std::string& bytes, std::uint64_t value, int size)
@@ -40,16 +33,17 @@ int sizeOf(std::uint64_t largest)
 std::string integerBytes(std::uint64_t value)
 {
     const int size = sizeOf(value);
-    std::string bytes(1, marker(integer, static_cast<std::uint64_t>(std::countr_zero(unsigned(size)))));
+    std::string bytes(
+        1, marker(binary::integer, static_cast<std::uint64_t>(std::countr_zero(unsigned(size)))));
     appendNumber(bytes, value, size);
     return bytes;
 }
 
 /// A marker with a length, after which there is what has it.
-std::string head(int kind, std::uint64_t length)
+std::string head(std::uint64_t kind, std::uint64_t length)
 {
-    constexpr std::uint64_t apart = 15; // that it stands in an integer of its own
-    return length < apart ? std::string(1, marker(kind, length)) : marker(kind, apart) + integerBytes(length);
+    return length < binary::apart ? std::string(1, marker(kind, length))
+                                  : marker(kind, binary::apart) + integerBytes(length);
 }
 
 std::string inUTF16(std::string_view text)
@@ -57,7 +51,7 @@ std::string inUTF16(std::string_view text)
     glong units = 0;
     const std::unique_ptr<gunichar2, FreedBy<g_free>> converted(
         g_utf8_to_utf16(text.data(), static_cast<glong>(text.size()), nullptr, &units, nullptr));
-    std::string bytes = head(utf16, static_cast<std::uint64_t>(units));
+    std::string bytes = head(binary::utf16, static_cast<std::uint64_t>(units));
     for (glong unit = 0; unit < units; ++unit)
         appendNumber(bytes, converted.get()[unit], 2);
     return bytes;
@@ -77,14 +71,14 @@ BinaryPropertyListWriter::Index BinaryPropertyListWriter::integer(std::int64_t v
 
 BinaryPropertyListWriter::Index BinaryPropertyListWriter::real(double value)
 {
-    std::string bytes = "\x23";
+    std::string bytes(1, marker(binary::real, 3)); // of eight bytes, the third power of two
     appendNumber(bytes, std::bit_cast<std::uint64_t>(value), 8);
     return add(std::move(bytes));
 }
 
 BinaryPropertyListWriter::Index BinaryPropertyListWriter::data(std::string_view bytes)
 {
-    return add(head(detail::data, bytes.size()).append(bytes));
+    return add(head(binary::data, bytes.size()).append(bytes));
 }
 
 BinaryPropertyListWriter::Index BinaryPropertyListWriter::text(std::string_view text)
@@ -94,7 +88,7 @@ BinaryPropertyListWriter::Index BinaryPropertyListWriter::text(std::string_view 
         return known->second;
     const bool isASCII =
         std::ranges::all_of(text, [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
-    return add(isASCII ? head(ascii, text.size()).append(text) : inUTF16(text));
+    return add(isASCII ? head(binary::ascii, text.size()).append(text) : inUTF16(text));
 }
 
 BinaryPropertyListWriter::Index BinaryPropertyListWriter::reference(std::uint64_t object)
@@ -103,14 +97,14 @@ BinaryPropertyListWriter::Index BinaryPropertyListWriter::reference(std::uint64_
     if (!isNew)
         return known->second;
     const int size = sizeOf(object);
-    std::string bytes(1, marker(uid, static_cast<std::uint64_t>(size) - 1));
+    std::string bytes(1, marker(binary::uid, static_cast<std::uint64_t>(size) - 1));
     appendNumber(bytes, object, size);
     return add(std::move(bytes));
 }
 
 BinaryPropertyListWriter::Index BinaryPropertyListWriter::array(std::span<const Index> items)
 {
-    return add(head(detail::array, items.size()), {items.begin(), items.end()});
+    return add(head(binary::array, items.size()), {items.begin(), items.end()});
 }
 
 BinaryPropertyListWriter::Index BinaryPropertyListWriter::dictionary(
@@ -118,7 +112,7 @@ BinaryPropertyListWriter::Index BinaryPropertyListWriter::dictionary(
 {
     std::vector<Index> held(keys.begin(), keys.end());
     held.insert(held.end(), items.begin(), items.end());
-    return add(head(detail::dictionary, keys.size()), std::move(held));
+    return add(head(binary::dictionary, keys.size()), std::move(held));
 }
 
 BinaryPropertyListWriter::Index BinaryPropertyListWriter::add(std::string bytes, std::vector<Index> held)
