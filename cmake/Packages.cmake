@@ -44,6 +44,6 @@ lumokit_package(development liblumokit-dev libdevel "headers, CMake package and 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS "xvfb, dbus, desktop-file-utils")
 lumokit_package(suite lumo-suite web "mail, calendar, inbox and dashboard on LumoKit"
     "Four applications that each host a web application, with accounts that\nstay signed in, commands between them, and a service to try them with."
-    "${libraryPackage} (= ${PROJECT_VERSION}), desktop-file-utils, adwaita-icon-theme, fonts-dejavu-core | fonts-cantarell")
+    "${libraryPackage} (= ${PROJECT_VERSION}), desktop-file-utils, adwaita-icon-theme, librsvg2-common, fonts-dejavu-core | fonts-cantarell")
 
 include(CPack)
